@@ -1,0 +1,5 @@
+# Applied to the whole tree, so that library, tool and tests agree.
+if(QZMTRAW_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()

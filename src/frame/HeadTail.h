@@ -1,0 +1,71 @@
+#ifndef QZMTRAW_FRAME_HEAD_TAIL_H
+#define QZMTRAW_FRAME_HEAD_TAIL_H
+
+#include <optional>
+
+#include "frame/OpenFile.h"
+#include "frame/Search.h"
+
+namespace qzmtraw {
+
+/// The pattern of kinds that are open from a head to the first tail, and grow by whole sectors in between. A tail is
+/// looked for inside single sectors: one that straddles two sectors is not seen, and neither is one that ends on a
+/// sector's last byte. `Self` states, besides what OpenFile asks for,
+///
+///     kTail                                             the bytes that end a file
+///     std::optional<std::int64_t> EndIn(const Sector&)  instead of kTail: where in the sector the file ends
+///     std::optional<std::int64_t> KnownSize()           for files that end at a fixed size and are never searched
+template <class Self>
+class HeadTail : public OpenFile<Self> {
+ public:
+  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
+    const Block block(rawBlock);
+    Self& self = this->ThisDetector();
+    for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
+      if (this->fileOpen == 0) i = NextHead(self, block, i);
+      if (i == block.SectorCount()) break;
+      const Sector sector = block[i];
+      if (IsHeadAt(self, sector)) {
+        this->ReportFileBeforeHead(sink);
+        this->Open(sector.Number());
+        if (const std::optional<std::int64_t> size = self.KnownSize()) {
+          this->ReportSize(sink, static_cast<std::uint64_t>(*size));
+          this->Close();
+        }
+      }
+      if (this->fileOpen != 0) SearchTail(sector, sink);
+    }
+    return static_cast<std::uint32_t>(block.SectorCount());
+  }
+
+  static std::optional<std::int64_t> KnownSize() { return std::nullopt; }
+  static std::optional<std::int64_t> EndIn(const Sector& sector) { return EndBehindTail(sector, Self::kTail); }
+
+ protected:
+  /// Where the first tail ends that doesn't touch the sector's last byte.
+  static std::optional<std::int64_t> EndBehindTail(const Sector& sector, ByteView tail) {
+    const ByteView searched = sector.Bytes().first(static_cast<std::size_t>(sector.Size()) - 1);
+    const std::optional<std::size_t> found = Find(searched, tail);
+    if (!found) return std::nullopt;
+    return static_cast<std::int64_t>(*found + tail.size());
+  }
+
+ private:
+  void SearchTail(const Sector& sector, IRawHitSink* sink) {
+    if (const std::optional<std::int64_t> end = this->ThisDetector().EndIn(sector)) {
+      this->fileSize += static_cast<std::uint64_t>(*end);
+      this->ReportSize(sink, this->fileSize);
+      this->Close();
+      return;
+    }
+    this->fileSize += static_cast<std::uint64_t>(sector.Size());
+    if (static_cast<std::int64_t>(this->fileSize) > static_cast<std::int64_t>(this->maxFileSize)) {
+      this->Report(sink, this->fileStart, this->maxFileSize);
+      this->Close();
+    }
+  }
+};
+
+}  // namespace qzmtraw
+
+#endif  // QZMTRAW_FRAME_HEAD_TAIL_H

@@ -1,0 +1,33 @@
+#ifndef QZMTRAW_FRAME_SIZED_BY_HEAD_H
+#define QZMTRAW_FRAME_SIZED_BY_HEAD_H
+
+#include "frame/OpenFile.h"
+
+namespace qzmtraw {
+
+/// The pattern of kinds whose head tells the size. `Self` states, besides what OpenFile asks for,
+///
+///     static std::int32_t SizeAt(const Sector& sector);    the size in bytes; below the minimum there is no hit
+///     kClosesOnZeroSize                                    false: a size of 0 leaves `fileOpen` set; true unless
+///     stated
+template <class Self>
+class SizedByHead : public OpenFile<Self> {
+ public:
+  static constexpr bool kClosesOnZeroSize = true;
+
+  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
+    const Block block(rawBlock);
+    ForEachHead(this->ThisDetector(), block, [&](const Sector& sector) {
+      const std::int64_t size = Self::SizeAt(sector);
+      this->ReportFileBeforeHead(sink);
+      this->Open(sector.Number());
+      this->ReportSize(sink, static_cast<std::uint64_t>(size));
+      if (Self::kClosesOnZeroSize || size != 0) this->Close();
+    });
+    return static_cast<std::uint32_t>(block.SectorCount());
+  }
+};
+
+}  // namespace qzmtraw
+
+#endif  // QZMTRAW_FRAME_SIZED_BY_HEAD_H
