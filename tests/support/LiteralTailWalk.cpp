@@ -1,0 +1,118 @@
+#include "tests/support/LiteralTailWalk.h"
+
+#include <algorithm>
+#include <random>
+
+namespace qzmtraw::test {
+
+Hits LiteralTailWalk::Scan(const Device& device) const {
+  Hits hits;
+  std::uint64_t fileStart = 0;
+  std::uint64_t fileSize = 0;
+  std::size_t tailMatched = 0;
+  std::uint32_t tailCount = 0;
+  const auto n = static_cast<std::size_t>(device.SectorSize());
+  const std::size_t m = tail.size();
+  const std::string bytes(device.Bytes().begin(), device.Bytes().end());
+
+  const auto report = [&] {
+    hits.push_back({fileStart, fileSize});
+    fileStart = fileSize = 0;
+  };
+  const auto countsAsEnd = [&] {
+    if (tailCount + 1 < tailsToEnd) {
+      ++tailCount;
+      return false;
+    }
+    tailCount = 0;
+    return true;
+  };
+  const auto findTail = [&](const std::string& s, const std::string& rest) {
+    if (tailMatched != 0) {
+      const std::size_t k = tailMatched;
+      tailMatched = 0;
+      if (rest.compare(0, m - k, tail, k, m - k) == 0 && countsAsEnd()) {
+        fileSize += sizeUpToRest(k);
+        report();
+        return true;
+      }
+    }
+    bool found = false;
+    std::size_t i = 0;
+    for (; i + m < n; ++i) {
+      if (s.compare(i, m, tail) == 0 && countsAsEnd()) {
+        fileSize += sizeUpTo(i);
+        report();
+        found = true;
+        break;
+      }
+    }
+    if (found && stopsAtTail) return true;
+    for (; i < n; ++i) {
+      if (n - i <= m && s.compare(i, n - i, tail, 0, n - i) == 0) {
+        tailMatched = n - i;
+        break;
+      }
+    }
+    return found;
+  };
+
+  for (int index = 0; index < device.SectorCount(); ++index) {
+    const std::string rest = bytes.substr(static_cast<std::size_t>(index) * n);
+    const bool isHead = std::any_of(heads.begin(), heads.end(),
+                                    [&](const std::string& head) { return rest.compare(0, head.size(), head) == 0; });
+    if (isHead) {
+      if ((headAsksFileStart ? fileStart : fileSize) != 0) {
+        report();
+        tailCount = 0;
+      }
+      fileStart = device.FirstSector() + static_cast<std::uint64_t>(index);
+    }
+    if (fileStart == 0 || findTail(rest.substr(0, n), rest)) continue;
+    fileSize += n;
+    if (static_cast<std::int64_t>(fileSize) >= static_cast<std::int64_t>(firstSizeTooLarge)) {
+      fileSize = limit;
+      report();
+      tailMatched = 0;
+      tailCount = 0;
+    }
+  }
+  return hits;
+}
+
+Device DeviceOfPieces(std::uint32_t seed, const std::vector<std::string>& heads, const std::string& tail) {
+  std::mt19937 random(seed);
+  const int sectorSize = 1 + static_cast<int>(random() % 40);
+  const int sectorCount = 1 + static_cast<int>(random() % 60);
+  const auto size = static_cast<std::size_t>(sectorSize * sectorCount);
+  const std::uint64_t firstSector = random() % 8 == 0 ? 0 : Device::kFirstSector;
+  std::string bytes;
+  while (bytes.size() < size) {
+    const std::string& piece = random() % 3 == 0 ? heads[random() % heads.size()] : tail;
+    switch (random() % 6) {
+      case 0:
+        bytes += heads[random() % heads.size()];
+        break;
+      case 1:
+        bytes += tail;
+        break;
+      case 2:
+        bytes += piece.substr(0, random() % (piece.size() + 1));
+        break;
+      case 3:
+        bytes += piece.substr(random() % piece.size());
+        break;
+      case 4:
+        bytes.resize((bytes.size() / static_cast<std::size_t>(sectorSize) + 1) * static_cast<std::size_t>(sectorSize));
+        break;
+      default:
+        bytes += std::string(random() % 20, 'x');
+    }
+  }
+  bytes.resize(size);
+  Device device(sectorCount, sectorSize, firstSector);
+  device.Put(firstSector, bytes);
+  return device;
+}
+
+}  // namespace qzmtraw::test

@@ -1,0 +1,35 @@
+#ifndef QZMTRAW_TESTS_SUPPORT_LITERAL_TAIL_WALK_H
+#define QZMTRAW_TESTS_SUPPORT_LITERAL_TAIL_WALK_H
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "tests/support/Scanning.h"
+
+namespace qzmtraw::test {
+
+/// The rules of a tail walk, step by step and byte by byte, as the measure for the detectors that run them fast.
+struct LiteralTailWalk {
+  std::vector<std::string> heads;
+  std::string tail;
+  std::function<std::uint64_t(std::size_t)> sizeUpTo;      ///< By the tail's offset in the sector.
+  std::function<std::uint64_t(std::size_t)> sizeUpToRest;  ///< By the bytes matched in the sector before.
+  std::uint64_t firstSizeTooLarge;
+  std::uint64_t limit;
+  bool headAsksFileStart = false;  ///< A head closes the file before it when its start, not its size, isn't zero.
+  std::uint32_t tailsToEnd = 1;
+  bool stopsAtTail = false;
+
+  /// The hits in the device's whole length.
+  Hits Scan(const Device& device) const;
+};
+
+/// A device of small sectors that is made of pieces of heads and tails as often as of other bytes, always the same for
+/// a seed.
+Device DeviceOfPieces(std::uint32_t seed, const std::vector<std::string>& heads, const std::string& tail);
+
+}  // namespace qzmtraw::test
+
+#endif  // QZMTRAW_TESTS_SUPPORT_LITERAL_TAIL_WALK_H
