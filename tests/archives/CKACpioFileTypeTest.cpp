@@ -83,8 +83,11 @@ TEST(CKACpioFileType, FileWithoutATrailerEndsAboveTheLimit) {
   const auto sectorsFrom = [&](std::uint64_t first) { return Device(1, kMebibyte, first, 'x'); };
   EXPECT_EQ(Scan(*detector, sectorsFrom(kFirst).Put(kFirst, "070701")), Hits{});
   for (std::uint64_t i = 1; i < 1600; ++i) ASSERT_EQ(Scan(*detector, sectorsFrom(kFirst + i)), Hits{});
-  EXPECT_EQ(Scan(*detector, sectorsFrom(kFirst + 1600)), (Hits{{kFirst, 0x64000000}}));
+  // A trailer that ends the sector in which the limit is reached is forgotten with the rest of the state.
+  EXPECT_EQ(Scan(*detector, sectorsFrom(kFirst + 1600).Put(kFirst + 1600, kMebibyte - 11, kTail)),
+            (Hits{{kFirst, 0x64000000}}));
   EXPECT_EQ(Scan(*detector, sectorsFrom(kFirst + 1601).Put(kFirst + 1601, 100, kTail)), Hits{});
+  EXPECT_EQ(Scan(*detector, sectorsFrom(kFirst + 1602).Put(kFirst + 1602, "070701")), Hits{});
 }
 
 TEST(CKACpioFileType, LimitOfTheHostIsIgnored) {
@@ -93,13 +96,22 @@ TEST(CKACpioFileType, LimitOfTheHostIsIgnored) {
   EXPECT_EQ(Scan(*detector, Device(3).Put(kFirst, "070701").Put(kFirst + 2, kTail)), (Hits{{kFirst, 1035}}));
 }
 
-TEST(CKACpioFileType, ResetForgetsTheFileAndTheBeginningOfATrailer) {
+TEST(CKACpioFileType, ResetForgetsTheFile) {
   const Detector detector = CreateDetector("CKACpioFileType");
-  Scan(*detector, Device(1).Put(kFirst, "070701").Put(kFirst, 508, "TRAI"));
+  Scan(*detector, Device(1).Put(kFirst, "070701"));
   detector->Reset();
-  Device device(2, 512, kFirst + 1);
-  device.Put(kFirst + 1, Literal("LER!!!\0")).Put(kFirst + 1, 100, kTail);
-  EXPECT_EQ(Scan(*detector, device), Hits{});
+  EXPECT_EQ(Scan(*detector, Device(2, 512, kFirst + 1).Put(kFirst + 1, 100, kTail)), Hits{});
+}
+
+TEST(CKACpioFileType, ResetForgetsTheBeginningOfATrailer) {
+  const Device endsWithTrailer = Device(1).Put(kFirst, "070701").Put(kFirst, 512 - 11, kTail);
+  const Device next = Device(1, 512, kFirst + 1).Put(kFirst + 1, "070701");
+  const Detector detector = CreateDetector("CKACpioFileType");
+  Scan(*detector, endsWithTrailer);
+  EXPECT_EQ(Scan(*detector, next), (Hits{{kFirst, 512}, {kFirst + 1, 0}}));
+  Scan(*detector, endsWithTrailer);
+  detector->Reset();
+  EXPECT_EQ(Scan(*detector, next), Hits{});
 }
 
 TEST(CKACpioFileType, FileOpenWhenTheScanEndsIsNotReported) {
