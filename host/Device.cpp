@@ -1,0 +1,84 @@
+#include "host/Device.h"
+
+#include <algorithm>
+#include <cerrno>
+
+#include "host/Text.h"
+
+namespace qzmtraw::host {
+namespace {
+
+/// Errors of a place on the medium, as opposed to those of the whole device.
+bool IsLocal(int error) {
+  switch (error) {
+    case 0:  // The source ended before its size: an image that was cut while it was read.
+    case EIO:
+    case ENODATA:
+    case EREMOTEIO:
+    case EILSEQ:
+    case EBADMSG:
+    case ETIMEDOUT:
+    case ENOLINK:
+      return true;
+    default:
+      return false;
+  }
+}
+
+}  // namespace
+
+Device::Device(ISource& source, std::uint32_t sectorSize)
+    : source_(source),
+      size_(source.Size()),
+      sectorSize_(sectorSize),
+      sectorCount_(size_ / sectorSize + (size_ % sectorSize != 0 ? 1 : 0)) {}
+
+bool Device::Read(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop) {
+  const std::uint64_t wanted = into.size() / sectorSize_;
+  const std::uint64_t present = startSector < sectorCount_ ? std::min(wanted, sectorCount_ - startSector) : 0;
+  const auto inside = into.first(static_cast<std::size_t>(present * sectorSize_));
+  std::ranges::fill(into.subspan(inside.size()), std::uint8_t{0});
+  if (inside.empty()) return present == wanted;
+  const bool isRead = (!unreadable_.Overlaps(startSector, present) && ReadSectors(startSector, inside)) ||
+                      ReadOneByOne(startSector, inside, stop);
+  return isRead && present == wanted;
+}
+
+/// Reads sectors that exist in one go. On failure the rest of `into` is zero.
+bool Device::ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into) {
+  if (!loss_.empty()) {
+    std::ranges::fill(into, std::uint8_t{0});
+    return false;
+  }
+  const std::uint64_t offset = startSector * sectorSize_;
+  const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), size_ - offset));
+  std::size_t done = 0;
+  ReadResult result;
+  do {
+    result = source_.ReadAt(offset + done, into.subspan(done, wanted - done));
+    done += result.count;
+  } while (done < wanted && result.count != 0 && result.error == 0);
+  std::ranges::fill(into.subspan(done), std::uint8_t{0});
+  if (done < wanted && !IsLocal(result.error)) {
+    loss_ = "reading at byte " + std::to_string(offset + done) + " failed: " + ErrorText(result.error);
+  }
+  return done == wanted;
+}
+
+bool Device::ReadOneByOne(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop) {
+  bool isComplete = true;
+  for (std::uint64_t sector = startSector; !into.empty(); ++sector, into = into.subspan(sectorSize_)) {
+    if (!loss_.empty() || (stop && stop())) {
+      std::ranges::fill(into, std::uint8_t{0});
+      return false;
+    }
+    const auto bytes = into.first(sectorSize_);
+    if (!unreadable_.Overlaps(sector, 1) && ReadSectors(sector, bytes)) continue;
+    std::ranges::fill(bytes, std::uint8_t{0});
+    if (loss_.empty()) unreadable_.Add(sector);
+    isComplete = false;
+  }
+  return isComplete;
+}
+
+}  // namespace qzmtraw::host

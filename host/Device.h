@@ -1,0 +1,58 @@
+#ifndef QZMTRAW_HOST_DEVICE_H
+#define QZMTRAW_HOST_DEVICE_H
+
+#include <cstdint>
+#include <functional>
+#include <span>
+#include <string>
+
+#include "host/SectorRanges.h"
+#include "host/Source.h"
+
+namespace qzmtraw::host {
+
+/// A source seen as numbered sectors. Every sector number can be asked for: what can't be read, and what lies behind
+/// the end, comes as zeros. A last sector that the source fills only in part is filled up with zeros.
+class Device {
+ public:
+  /// Asked now and then during a long read; true: give up.
+  using StopCheck = std::function<bool()>;
+
+  /// \param source      Must live as long as the device.
+  /// \param sectorSize  Bytes per sector, at least 1.
+  Device(ISource& source, std::uint32_t sectorSize);
+
+  /// In bytes.
+  [[nodiscard]] std::uint64_t Size() const { return size_; }
+  /// In bytes.
+  [[nodiscard]] std::uint32_t SectorSize() const { return sectorSize_; }
+  /// Number of sectors, the incomplete last one included.
+  [[nodiscard]] std::uint64_t SectorCount() const { return sectorCount_; }
+
+  /// Fills `into` with the sectors from `startSector` on. Where the source reports an error, reads sector by sector,
+  /// remembers the sectors that can't be read and doesn't try them again.
+  /// \param into  A whole number of sectors, or empty.
+  /// \return Whether all of these sectors exist and were read.
+  bool Read(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop = {});
+
+  /// The sectors that could not be read so far.
+  [[nodiscard]] const SectorRanges& Unreadable() const { return unreadable_; }
+
+  /// Empty, or why the source as a whole gives nothing any more, such as a drive that was unplugged.
+  [[nodiscard]] const std::string& Loss() const { return loss_; }
+
+ private:
+  bool ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into);
+  bool ReadOneByOne(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop);
+
+  ISource& source_;
+  std::uint64_t size_;
+  std::uint32_t sectorSize_;
+  std::uint64_t sectorCount_;
+  SectorRanges unreadable_;
+  std::string loss_;
+};
+
+}  // namespace qzmtraw::host
+
+#endif  // QZMTRAW_HOST_DEVICE_H

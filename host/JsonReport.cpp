@@ -1,0 +1,77 @@
+#include "host/JsonReport.h"
+
+#include "host/JsonLine.h"
+#include "host/Text.h"
+#include "host/Version.h"
+
+namespace qzmtraw::host {
+namespace {
+
+std::string PathText(const std::string& path) { return IsUtf8(path) ? path : Printable(path); }
+
+Json SizeOrNull(std::uint64_t size) { return size == 0 ? Json(nullptr) : Json(size); }
+
+Json RangesOf(const SectorRanges& sectors) {
+  Json ranges = Json::array();
+  for (const auto& [first, end] : sectors.Ranges()) {
+    ranges.push_back(Json{{"start_sector", first}, {"sectors", end - first}});
+  }
+  return ranges;
+}
+
+}  // namespace
+
+void JsonReport::Begin(const SourceInfo& source) {
+  Json line;
+  line["type"] = "source";
+  line["program"] = kProgramName;
+  line["version"] = Version();
+  line["path"] = PathText(source.path);
+  line["size"] = source.size;
+  line["sector_size"] = source.sectorSize;
+  line["file_types"] = source.typeCount;
+  line["started"] = FormatUtc(source.started);
+  out_ << JsonLine(line);
+}
+
+void JsonReport::Add(const FindRecord& record) {
+  const bool isEstimate = record.plan.isEstimated && record.isRecovery;
+  Json line;
+  line["type"] = "find";
+  line["row"] = record.find.row;
+  line["extension"] = record.type->extension;
+  line["category"] = CategoryName(record.type->category);
+  line["description"] = record.type->description;
+  line["start_sector"] = record.find.startSector;
+  line["offset"] = record.plan.offset;
+  line["size"] = isEstimate ? Json(record.plan.length) : SizeOrNull(record.find.size);
+  line["size_estimated"] = isEstimate;
+  if (record.find.size == 0) {
+    const SizeHints hints = record.type->hints.value_or(SizeHints{});
+    line["size_min"] = SizeOrNull(hints.least);
+    line["size_max"] = SizeOrNull(hints.greatest);
+  }
+  line["truncated"] = record.plan.isTruncated;
+  if (record.isRecovery) {
+    line["path"] = record.path ? Json(PathText(*record.path)) : Json(nullptr);
+    line["written"] = record.path ? record.plan.length : 0;
+  }
+  out_ << JsonLine(line);
+}
+
+void JsonReport::End(const Summary& summary) {
+  Json line;
+  line["type"] = "summary";
+  line["finds"] = summary.findCount;
+  line["finds_by_extension"] = summary.findsByExtension;
+  line["bytes"] = summary.bytesScanned;
+  line["seconds"] = summary.seconds;
+  line["unreadable_sectors"] = summary.unreadable.SectorCount();
+  line["unreadable_ranges"] = RangesOf(summary.unreadable);
+  if (summary.filesWritten) line["files_written"] = *summary.filesWritten;
+  line["interrupted"] = summary.isInterrupted;
+  line["error"] = summary.error.empty() ? Json(nullptr) : Json(PathText(summary.error));
+  out_ << JsonLine(line);
+}
+
+}  // namespace qzmtraw::host

@@ -1,0 +1,24 @@
+#ifndef QZMTRAW_HOST_JSON_REPORT_H
+#define QZMTRAW_HOST_JSON_REPORT_H
+
+#include "host/Report.h"
+
+namespace qzmtraw::host {
+
+/// The report for programs: a "source" object, a "find" object per find, a "summary" object, each on a line of its own
+/// and in ASCII. A path that is not UTF-8 is given as Printable makes it.
+class JsonReport final : public IReport {
+ public:
+  explicit JsonReport(std::ostream& out) : out_(out) {}
+
+  void Begin(const SourceInfo& source) override;
+  void Add(const FindRecord& record) override;
+  void End(const Summary& summary) override;
+
+ private:
+  std::ostream& out_;
+};
+
+}  // namespace qzmtraw::host
+
+#endif  // QZMTRAW_HOST_JSON_REPORT_H

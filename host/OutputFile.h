@@ -1,0 +1,50 @@
+#ifndef QZMTRAW_HOST_OUTPUT_FILE_H
+#define QZMTRAW_HOST_OUTPUT_FILE_H
+
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "host/FileDescriptor.h"
+
+namespace qzmtraw::host {
+
+/// A new file that is written from front to back. It stays only if it was finished: an object that goes without Finish
+/// removes its file, so that what lies in the output directory is always whole.
+class OutputFile {
+ public:
+  /// \param folder  Open directory of the file; must stay open as long as the object lives.
+  /// \param name    Name in that directory. The file must not exist yet.
+  /// \param path    The same file for messages.
+  /// \param length  Number of bytes that it is going to have.
+  /// Throws Failure when the file can't be made.
+  OutputFile(const FileDescriptor& folder, std::string name, std::string path, std::uint64_t length);
+  OutputFile(const OutputFile&) = delete;
+  OutputFile& operator=(const OutputFile&) = delete;
+  ~OutputFile();
+
+  /// Appends bytes. A part that is all zero takes no room where the file system can leave it out.
+  /// Throws Failure when the disk is full or fails.
+  void Write(std::span<const std::uint8_t> bytes);
+
+  /// Makes the file permanent. Throws Failure like Write.
+  void Finish();
+
+  [[nodiscard]] const std::string& Path() const { return path_; }
+
+ private:
+  void WriteAll(std::span<const std::uint8_t> bytes);
+  [[noreturn]] void Fail(int error) const;
+
+  int folder_;
+  std::string name_;
+  std::string path_;
+  std::uint64_t length_;
+  std::uint64_t written_ = 0;
+  bool isFinished_ = false;
+  FileDescriptor file_;
+};
+
+}  // namespace qzmtraw::host
+
+#endif  // QZMTRAW_HOST_OUTPUT_FILE_H

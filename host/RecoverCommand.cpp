@@ -1,0 +1,129 @@
+#include "host/RecoverCommand.h"
+
+#include <algorithm>
+#include <memory>
+#include <optional>
+
+#include "host/Error.h"
+#include "host/Interrupt.h"
+#include "host/OutputDirectory.h"
+#include "host/Progress.h"
+#include "host/Text.h"
+
+namespace qzmtraw::host {
+namespace {
+
+constexpr std::size_t kSectorDigits = 12;
+constexpr std::uint32_t kCopySize = 1U << 20U;
+
+/// The extension as a name that any file system takes.
+std::string FolderName(const std::string& extension) {
+  std::string name;
+  for (const char c : extension) {
+    const bool isPlain = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
+    name += isPlain ? c : '_';
+  }
+  return name.empty() ? "bin" : name;
+}
+
+/// Copies the finds of a finished scan.
+class Recovery {
+ public:
+  Recovery(ScanJob& job, OutputDirectory& directory, std::ostream* progress)
+      : job_(job),
+        directory_(directory),
+        buffer_(std::max(1U, kCopySize / job.ScannedDevice().SectorSize()) *
+                std::size_t{job.ScannedDevice().SectorSize()}),
+        progress_(progress, "copying", TotalLength(job)) {}
+
+  /// Copies one find.
+  /// \return The path of the copy, or none if the work was stopped, which the job knows then.
+  std::optional<std::string> Copy(const Find& find, const CarvePlan& plan) {
+    number_ = find.startSector == previous_.startSector && find.row == previous_.row ? number_ + 1 : 1;
+    previous_ = find;
+    if (!job_.GoesOn()) return std::nullopt;
+    const std::string extension = FolderName(job_.TypeOf(find).extension);
+    try {
+      const auto file = directory_.Create(extension, RecoveredName(find, extension, number_), plan.length);
+      if (!CopyBytes(find.startSector, plan.length, *file)) return std::nullopt;
+      file->Finish();
+      ++filesWritten_;
+      return file->Path();
+    } catch (const Failure& failure) {
+      // The list goes on without copies: it is worth as much as they are.
+      job_.SetError(failure.what());
+      return std::nullopt;
+    }
+  }
+
+  [[nodiscard]] std::uint64_t FilesWritten() const { return filesWritten_; }
+
+ private:
+  static std::uint64_t TotalLength(const ScanJob& job) {
+    std::uint64_t total = 0;
+    for (const CarvePlan& plan : job.Plans()) total += plan.length;
+    return total;
+  }
+
+  bool IsStopped() {
+    if (IsInterrupted()) job_.SetInterrupted();
+    progress_.Update(bytesCopied_, job_.Finds().size());
+    return !job_.GoesOn();
+  }
+
+  bool CopyBytes(std::uint64_t sector, std::uint64_t length, OutputFile& file) {
+    Device& device = job_.ScannedDevice();
+    while (length > 0) {
+      if (IsStopped()) return false;
+      const std::uint64_t sectors =
+          std::min<std::uint64_t>(buffer_.size() / device.SectorSize(), (length - 1) / device.SectorSize() + 1);
+      const auto piece = std::span(buffer_).first(static_cast<std::size_t>(sectors * device.SectorSize()));
+      device.Read(sector, piece, [this] { return IsStopped(); });
+      if (!device.Loss().empty()) job_.SetError(device.Loss());
+      if (!job_.GoesOn()) return false;
+      const std::uint64_t count = std::min<std::uint64_t>(length, piece.size());
+      file.Write(piece.first(static_cast<std::size_t>(count)));
+      sector += sectors;
+      length -= count;
+      bytesCopied_ += count;
+    }
+    return true;
+  }
+
+  ScanJob& job_;
+  OutputDirectory& directory_;
+  std::vector<std::uint8_t> buffer_;
+  std::uint64_t bytesCopied_ = 0;
+  std::uint64_t filesWritten_ = 0;
+  Find previous_{.row = -1};
+  std::size_t number_ = 0;
+  Progress progress_;
+};
+
+}  // namespace
+
+std::string RecoveredName(const Find& find, const std::string& extension, std::size_t number) {
+  const std::string sector = std::to_string(find.startSector);
+  std::string name = sector.size() < kSectorDigits ? std::string(kSectorDigits - sector.size(), '0') + sector : sector;
+  name += "-r" + std::to_string(find.row);
+  if (number > 1) name += "-" + std::to_string(number);
+  return name + "." + extension;
+}
+
+ExitCode RunRecoverCommand(const ScanOptions& options, const std::string& directory, const Console& console) {
+  ScanJob job(options, console);
+  OutputDirectory output(directory);
+  job.Scan();
+  {
+    Recovery recovery(job, output, console.progress);
+    for (std::size_t i = 0; i < job.Finds().size(); ++i) {
+      const Find& find = job.Finds()[i];
+      const CarvePlan& plan = job.Plans()[i];
+      job.Add({find, &job.TypeOf(find), plan, true, recovery.Copy(find, plan)});
+    }
+    job.SetFilesWritten(recovery.FilesWritten());
+  }
+  return job.Finish();
+}
+
+}  // namespace qzmtraw::host

@@ -1,0 +1,7 @@
+#include "host/Version.h"
+
+namespace qzmtraw::host {
+
+const char* Version() { return QZMTRAW_VERSION; }
+
+}  // namespace qzmtraw::host

@@ -1,0 +1,43 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "tests/host/support/Tool.h"
+
+namespace qzmtraw::host {
+namespace {
+
+TEST(TypesToolTest, ListsAllRows) {
+  const ToolResult result = RunTool({"types", "--format", "jsonl"});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  const auto lines = JsonLines(result.out);
+  ASSERT_EQ(lines.size(), 321U);
+  for (std::size_t i = 0; i < 320; ++i) EXPECT_EQ(lines[i]["row"], i);
+  const nlohmann::json ace = {{"type", "file_type"},
+                              {"row", 157},
+                              {"extension", "ace"},
+                              {"category", "archives"},
+                              {"group", nullptr},
+                              {"group_guid", nullptr},
+                              {"size_min", 256},
+                              {"size_max", 0x64000000},
+                              {"description", "ACE Archive"}};
+  EXPECT_EQ(lines[157], ace);
+  EXPECT_EQ(lines[0]["group"], "A");
+  EXPECT_EQ(lines[320]["type"], "summary");
+  EXPECT_EQ(lines[320]["file_types"], 320);
+}
+
+TEST(TypesToolTest, ATableIsForPeople) {
+  const ToolResult result = RunTool({"types"});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(std::ranges::count(result.out, '\n'), 323);
+  EXPECT_NE(result.out.find(" 157  ace         archives                  256 B to 1.6 GiB        ACE Archive\n"),
+            std::string::npos)
+      << result.out;
+}
+
+TEST(TypesToolTest, AFullDiskIsAFailure) { EXPECT_EQ(RunTool({"types"}, {.outputPath = "/dev/full"}).exitCode, 1); }
+
+}  // namespace
+}  // namespace qzmtraw::host

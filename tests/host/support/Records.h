@@ -1,0 +1,16 @@
+#ifndef QZMTRAW_TESTS_HOST_SUPPORT_RECORDS_H
+#define QZMTRAW_TESTS_HOST_SUPPORT_RECORDS_H
+
+#include "host/Report.h"
+
+namespace qzmtraw::host {
+
+/// A kind of file whose detector knows no sizes.
+inline TypeInfo AceType() { return {157, "ace", "ACE Archive \xC2\xA8", 2, "", "", SizeHints{256, 0x64000000}}; }
+
+/// A source of 1 MiB whose path is bad for terminals and no UTF-8.
+inline SourceInfo HostileSource() { return {"a\x1B[2J\xFF.img", 1U << 20U, 512, 320, {}}; }
+
+}  // namespace qzmtraw::host
+
+#endif  // QZMTRAW_TESTS_HOST_SUPPORT_RECORDS_H
