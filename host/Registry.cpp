@@ -40,9 +40,7 @@ class LogDirectory {
   std::string path_;
 };
 
-}  // namespace
-
-IRawFileTypeFactory& OpenRegistry() {
+IRawFileTypeFactory& OpenRegistryForTheFirstTime() {
   const LogDirectory logDirectory;
   const FileDescriptor home(::open(".", O_PATH | O_DIRECTORY | O_CLOEXEC));
   if (!home.IsOpen()) throw Failure("cannot open the current directory: " + ErrorText(errno));
@@ -52,6 +50,13 @@ IRawFileTypeFactory& OpenRegistry() {
   IRawFileTypeFactory* registry = GetRawFileTypeFactory();
   if (::fchdir(home.Get()) != 0) throw Failure("cannot return to the current directory: " + ErrorText(errno));
   return *registry;
+}
+
+}  // namespace
+
+IRawFileTypeFactory& OpenRegistry() {
+  static IRawFileTypeFactory& registry = OpenRegistryForTheFirstTime();
+  return registry;
 }
 
 }  // namespace qzmtraw::host

@@ -60,6 +60,28 @@ TEST_F(ScanToolTest, FindsFilesWithPlaceAndSize) {
   EXPECT_EQ(lines[4]["interrupted"], false);
 }
 
+TEST_F(ScanToolTest, UnreadableSectorsAreTakenAsZerosAndTold) {
+  ToolSetup setup;
+  setup.unreadableBytes = {{200 * 512 + 100, 204 * 512}};
+  const ToolResult result = RunTool({"scan", "--format", "jsonl", image}, setup);
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_EQ(result.err, "qzmtraw: 4 sectors could not be read and were taken as zeros: 200-203\n");
+  const std::vector<json> lines = JsonLines(result.out);
+  ASSERT_EQ(lines.size(), 5U);
+  EXPECT_EQ(lines[1]["start_sector"], 128);
+  EXPECT_EQ(lines[3]["start_sector"], 2040);
+  EXPECT_EQ(lines[4]["unreadable_sectors"], 4);
+  EXPECT_EQ(lines[4]["unreadable_ranges"], json::parse(R"([{"start_sector": 200, "sectors": 4}])"));
+}
+
+TEST_F(ScanToolTest, AFileInAnUnreadableSectorIsLost) {
+  ToolSetup setup;
+  setup.unreadableBytes = {{300 * 512, 301 * 512}};
+  const ToolResult result = RunTool({"scan", "--format", "jsonl", image}, setup);
+  EXPECT_EQ(result.exitCode, 3);
+  EXPECT_EQ(JsonLines(result.out).size(), 4U);
+}
+
 TEST_F(ScanToolTest, ATableIsTheDefault) {
   const ToolResult result = RunTool({"scan", image});
   EXPECT_EQ(result.exitCode, 0);

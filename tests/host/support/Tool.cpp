@@ -20,6 +20,12 @@ namespace {
   ::dup2(err, STDERR_FILENO);
   if (!setup.directory.empty() && ::chdir(setup.directory.c_str()) != 0) ::_exit(99);
   if (setup.temporaryDirectory) ::setenv("TMPDIR", setup.temporaryDirectory->c_str(), 1);
+  if (setup.unreadableBytes) {
+    ::setenv("LD_PRELOAD", QZMTRAW_FAILING_READS, 1);
+    ::setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
+    ::setenv("QZMTRAW_UNREADABLE_FROM", std::to_string(setup.unreadableBytes->first).c_str(), 1);
+    ::setenv("QZMTRAW_UNREADABLE_TO", std::to_string(setup.unreadableBytes->second).c_str(), 1);
+  }
   if (setup.fileSizeLimit) {
     const rlimit limit{*setup.fileSizeLimit, *setup.fileSizeLimit};
     ::setrlimit(RLIMIT_FSIZE, &limit);

@@ -1,9 +1,11 @@
 #ifndef QZMTRAW_TESTS_HOST_SUPPORT_TOOL_H
 #define QZMTRAW_TESTS_HOST_SUPPORT_TOOL_H
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace qzmtraw::host {
@@ -28,6 +30,8 @@ struct ToolSetup {
   std::optional<std::string> temporaryDirectory{};
   /// Most bytes of a file that the tool may write, as on a disk that is full then.
   std::optional<std::size_t> fileSizeLimit{};
+  /// Bytes of the files that the tool reads, first and one behind the last, at which reading fails with EIO.
+  std::optional<std::pair<std::uint64_t, std::uint64_t>> unreadableBytes{};
   /// Signal that is sent as soon as something has been written to the caught standard output.
   int signal = 0;
 };
