@@ -1,8 +1,8 @@
 #!/bin/sh
 # Makes the documents in tests/data/zip anew, with LibreOffice. On Debian:
 #   apt-get install --no-install-recommends libreoffice-writer libreoffice-calc libreoffice-impress libreoffice-draw
-# The documents are kept because the program is large. Each of them has a different size at every run, by a few bytes:
-# the tests ask the files themselves for their sizes.
+# The documents are kept because the program is large. Their sizes may differ a little from one making to the next: the
+# tests ask the files themselves.
 set -eu
 target=$(cd "$(dirname "$0")" && pwd)/zip
 work=$(mktemp -d)
