@@ -18,7 +18,9 @@ bool BeginWith(ByteView bytes, std::string_view text) {
 
 /// Whether `text` begins with all of `bytes`.
 bool IsBeginningOf(std::string_view text, ByteView bytes) {
-  return bytes.size() <= text.size() && std::memcmp(bytes.data(), text.data(), bytes.size()) == 0;
+  return bytes.size() <= text.size() &&
+         std::equal(bytes.begin(), bytes.end(), text.begin(),
+                    [](std::uint8_t byte, char character) { return byte == static_cast<std::uint8_t>(character); });
 }
 
 constexpr std::string_view kEndText("PK\5\6\0\0\0\0", KZipFileSearcher::kEnd.Size());
