@@ -138,7 +138,7 @@ bool KZipFileSearcher::FinishEnd(const Sector& sector) {
 }
 
 /// The place of an end that doesn't touch the sector's last byte.
-std::optional<std::size_t> KZipFileSearcher::FindEndInside(ByteView bytes) const {
+std::optional<std::size_t> KZipFileSearcher::FindEndInside(ByteView bytes) {
   return Find(bytes.first(bytes.size() - 1), kEnd);
 }
 

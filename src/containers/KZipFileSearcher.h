@@ -45,7 +45,7 @@ class KZipFileSearcher final : public SharedClassifier<KZipFileSearcher> {
 
   std::optional<std::uint64_t> FindEnd(const Sector& sector);
   bool FinishEnd(const Sector& sector);
-  std::optional<std::size_t> FindEndInside(ByteView bytes) const;
+  static std::optional<std::size_t> FindEndInside(ByteView bytes);
   std::optional<std::size_t> FindEndOrNameInside(ByteView bytes, bool& stoppedAtName);
   void FindBeginningOfEnd(ByteView bytes, bool watchesForNames);
 

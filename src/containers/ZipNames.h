@@ -105,7 +105,7 @@ inline constexpr ZipName kNamesOfX[] = {
 };
 
 struct ZipNameGroup {
-  char letter;  ///< The small one.
+  std::uint8_t letter;  ///< The small one.
   std::span<const ZipName> names;
 };
 
@@ -116,14 +116,15 @@ inline constexpr ZipNameGroup kZipNameGroups[] = {
 
 /// The names that are tried where `letter` stands; none for most bytes.
 inline std::span<const ZipName> ZipNamesUnder(std::uint8_t letter) {
+  static constexpr std::uint8_t kSmallFromCapital = 'a' - 'A';
   // One more than the group's place among the groups; 0 for no group.
   static constexpr auto kGroupOfLetter = [] {
     std::array<std::uint8_t, 256> groups{};
     std::uint8_t number = 0;
     for (const ZipNameGroup& group : kZipNameGroups) {
       ++number;
-      groups[static_cast<std::size_t>(group.letter)] = number;
-      groups[static_cast<std::size_t>(group.letter - 'a' + 'A')] = number;
+      groups[group.letter] = number;
+      groups[group.letter - kSmallFromCapital] = number;
     }
     return groups;
   }();

@@ -64,17 +64,17 @@ class ZipArchives : public ::testing::Test {
  protected:
   /// A member of `size` bytes, in a folder if its name has one.
   void Write(const std::string& name, const std::string& contents) const {
-    std::filesystem::create_directories((folder_.Path() / name).parent_path());
-    folder_.Write(name, contents);
+    std::filesystem::create_directories((folder.Path() / name).parent_path());
+    folder.Write(name, contents);
   }
   void Write(const std::string& name, std::size_t size) const { Write(name, SampleText(size)); }
   /// Runs "zip" and returns the archive.
   std::string Zip(const std::string& arguments) const {
-    if (!folder_.Run("zip -q -X file.zip " + arguments)) throw std::runtime_error("zip is needed");
-    return folder_.Read("file.zip");
+    if (!folder.Run("zip -q -X file.zip " + arguments)) throw std::runtime_error("zip is needed");
+    return folder.Read("file.zip");
   }
 
-  TemporaryFolder folder_;
+  TemporaryFolder folder;
 };
 
 TEST_F(ZipArchives, WithoutANameArePlain) {
@@ -87,8 +87,8 @@ TEST_F(ZipArchives, WithoutANameArePlain) {
 TEST_F(ZipArchives, WithACommentEndInFrontOfIt) {
   Write("readme.txt", 3000);
   Zip("readme.txt");
-  ASSERT_TRUE(folder_.Run("echo A comment | zip -q -z file.zip"));
-  const std::string file = folder_.Read("file.zip");
+  ASSERT_TRUE(folder.Run("echo A comment | zip -q -z file.zip"));
+  const std::string file = folder.Read("file.zip");
   const std::size_t commentSize = std::string("A comment").size();
   EXPECT_EQ(ScanZipAnyCut(DeviceWith(file)), (ZipHits{{kFirst + 3, file.size() - commentSize, 0}}));
 }
@@ -105,7 +105,7 @@ TEST_F(ZipArchives, WithAMemberAtASectorsStartBeginThere) {
 TEST_F(ZipArchives, OfAnotherArchiveEndWithTheInnerOne) {
   Write("readme.txt", 3000);
   const std::string inner = Zip("readme.txt");
-  ASSERT_TRUE(folder_.Run("mv file.zip inner.zip"));
+  ASSERT_TRUE(folder.Run("mv file.zip inner.zip"));
   const std::string file = Zip("-0 inner.zip");
   EXPECT_EQ(ScanZipAnyCut(DeviceWith(file)), (ZipHits{{kFirst + 3, 30 + 9 + inner.size(), 0}}));
 }
@@ -122,7 +122,7 @@ TEST_F(ZipArchives, OfAndroidAreTakenForJavasUnlessTheirManifestComesFirst) {
   Write("AndroidManifest.xml", 1500);
   const std::string java = Zip("META-INF/MANIFEST.MF AndroidManifest.xml");
   EXPECT_EQ(ScanZipAnyCut(DeviceWith(java)), WholeFile(java, 9));
-  ASSERT_TRUE(folder_.Run("rm file.zip"));
+  ASSERT_TRUE(folder.Run("rm file.zip"));
   const std::string android = Zip("AndroidManifest.xml META-INF/MANIFEST.MF");
   EXPECT_EQ(ScanZipAnyCut(DeviceWith(android)), WholeFile(android, 14));
 }
@@ -140,7 +140,7 @@ TEST_F(ZipArchives, WithAStoredFirstMemberThatNamesTheirKind) {
   Write("content.xml", 1500);
   for (const auto& [type, code] : kinds) {
     Write("mimetype", type);
-    ASSERT_TRUE(folder_.Run("rm -f file.zip"));
+    ASSERT_TRUE(folder.Run("rm -f file.zip"));
     const std::string file = Zip("-0 mimetype content.xml");
     EXPECT_EQ(ScanZipAnyCut(DeviceWith(file)), WholeFile(file, code)) << type;
   }
@@ -162,7 +162,7 @@ TEST_F(ZipArchives, OfOtherKindsAreToldByAMembersName) {
   Write("other", 1500);
   for (const auto& [name, code] : kinds) {
     Write(name, 100);
-    ASSERT_TRUE(folder_.Run("rm -f file.zip"));
+    ASSERT_TRUE(folder.Run("rm -f file.zip"));
     const std::string file = Zip("-D " + name + " other");
     EXPECT_EQ(ScanZipAnyCut(DeviceWith(file)), WholeFile(file, code)) << name;
   }
@@ -177,8 +177,8 @@ TEST_F(ZipArchives, WithAnEmptyFolderContentInFrontArePlain) {
 
 TEST_F(ZipArchives, OfTheToolOfJava) {
   Write("Main.class", 1500);
-  if (!folder_.Run("jar cf file.zip Main.class 2> log")) GTEST_SKIP() << "no jar";
-  const std::string file = folder_.Read("file.zip");
+  if (!folder.Run("jar cf file.zip Main.class 2> log")) GTEST_SKIP() << "no jar";
+  const std::string file = folder.Read("file.zip");
   EXPECT_EQ(ScanZipAnyCut(DeviceWith(file)), WholeFile(file, 9));
 }
 

@@ -25,7 +25,7 @@ struct NameCase {
 };
 
 const std::vector<NameCase>& Names() {
-  static const std::vector<NameCase> names = {
+  static const std::vector<NameCase> kNames = {
       {"application/vnd.oasis.opendocument.formula", 10},
       {"application/x-vnd.oasis.opendocument.formula", 10},
       {"application/epub", 13},
@@ -59,7 +59,7 @@ const std::vector<NameCase>& Names() {
       {"xl/workbook.xml", 2},
       {"xl/worksheets/", 2},
   };
-  return names;
+  return kNames;
 }
 
 /// A file over four sectors with bytes in it; its end stands at the beginning of the last.
@@ -315,9 +315,9 @@ std::vector<ZipBlock> BlocksOfPieces(std::uint32_t seed) {
   std::mt19937 random(seed);
   const auto below = [&](std::size_t end) { return random() % end; };
   const std::string letters = "AaDdIiMmPpRrTtWwXxK/";
-  std::vector<std::string> favourites;  // A few names that come again and again, so that they meet one another.
-  for (int i = 0; i < 4; ++i) favourites.push_back(Names()[below(Names().size())].name);
-  favourites.push_back(kSignature);
+  // A few names that come again and again, so that they meet one another.
+  std::vector<std::string> favourites(5, kSignature);
+  for (std::size_t i = 0; i < 4; ++i) favourites[i] = Names()[below(Names().size())].name;
 
   std::vector<ZipBlock> blocks;
   std::uint64_t startSector = kFirst;
@@ -388,12 +388,13 @@ TEST(ZipNames, AgreeWithTheRulesOnNoiseOfTheNamesLetters) {
   for (int round = 0; round < 300; ++round) {
     ZipDetectors detectors;
     LiteralZipSearcher rules;
+    constexpr std::size_t kSize = 4096;
     std::string bytes;
-    while (bytes.size() < 8 * 512) {
+    while (bytes.size() < kSize) {
       if (bytes.size() % 512 == 0 && random() % 3 == 0) bytes += kHead;
       bytes += random() % 200 == 0 ? kSignature : std::string(1, letters[random() % letters.size()]);
     }
-    bytes.resize(8 * 512);
+    bytes.resize(kSize);
     const ZipBlock block{kFirst, 512, bytes};
     const ZipHits expected = rules.Scan(block);
     ASSERT_EQ(detectors.Scan(block), expected) << round;

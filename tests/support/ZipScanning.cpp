@@ -137,7 +137,7 @@ bool LiteralZipSearcher::Match(const std::string& sector, std::size_t position) 
 }
 
 bool LiteralZipSearcher::MatchUnder(unsigned char letter, const std::string& sector, std::size_t position) {
-  static const std::vector<std::pair<char, std::vector<Name>>> groups = {
+  static const std::vector<std::pair<unsigned char, std::vector<Name>>> kGroups = {
       {'a',
        {{"application/vnd.oasis.opendocument.formula", 10},
         {"application/x-vnd.oasis.opendocument.formula", 10},
@@ -175,7 +175,7 @@ bool LiteralZipSearcher::MatchUnder(unsigned char letter, const std::string& sec
       {'x', {{"xl/_rels/workbook.xml", 2}, {"xl/workbook.xml", 2}, {"xl/worksheets/", 2}}},
   };
   if (letter < 65 || letter > 120) return false;
-  for (const auto& [groupLetter, names] : groups) {
+  for (const auto& [groupLetter, names] : kGroups) {
     if (letter != groupLetter && letter != groupLetter - 32) continue;
     for (const Name& name : names) {
       if (MatchOne(name, sector, position)) return name.code < kWeak;

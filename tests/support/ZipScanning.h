@@ -42,7 +42,7 @@ struct ZipHit {
   std::uint64_t startSector;
   std::uint64_t size;
   std::uint32_t code;
-  auto operator<=>(const ZipHit&) const = default;
+  auto operator<=>(const ZipHit&) const = default;  // NOLINT(modernize-use-nullptr): in the generated code
 };
 using ZipHits = std::vector<ZipHit>;
 std::ostream& operator<<(std::ostream& out, const ZipHit& hit);
