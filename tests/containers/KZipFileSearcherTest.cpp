@@ -283,6 +283,14 @@ TEST(KZipFileSearcher, BlockAtTheLastPossibleSectorCountsAsReadAfterAReset) {
   EXPECT_EQ(ZipDetectors().Scan(Sector512(~std::uint64_t{0}, kHead, 300, kSignature)), ZipHits{});
 }
 
+TEST(KZipFileSearcher, ResetDropsTheHitsOfTheBlockReadLast) {
+  // The block at the last possible sector isn't read, so it would show them.
+  ZipDetectors detectors;
+  EXPECT_EQ(detectors.Scan(Sector512(kFirst, kHead, 300, kSignature)), (ZipHits{{kFirst, 322, kPlain}}));
+  detectors.OfCode(3).Reset();
+  EXPECT_EQ(detectors.Scan(Sector512(~std::uint64_t{0})), ZipHits{});
+}
+
 TEST(KZipFileSearcher, KindsInAnyOrderReportTheSame) {
   Device device(6);
   device.Put(kFirst, kHead).Put(kFirst, 50, kWordName).Put(kFirst + 1, 5, kSignature);
