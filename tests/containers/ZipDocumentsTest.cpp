@@ -70,8 +70,14 @@ class ZipArchives : public ::testing::Test {
   void Write(const std::string& name, std::size_t size) const { Write(name, SampleText(size)); }
   /// Runs "zip" and returns the archive.
   std::string Zip(const std::string& arguments) const {
+    std::filesystem::remove(folder.Path() / "file.zip");
     if (!folder.Run("zip -q -X file.zip " + arguments)) throw std::runtime_error("zip is needed");
     return folder.Read("file.zip");
+  }
+  /// Makes an archive and expects it to be found whole.
+  void ExpectKind(const std::string& arguments, std::uint32_t code) const {
+    const std::string file = Zip(arguments);
+    EXPECT_EQ(ScanZipAnyCut(DeviceWith(file)), WholeFile(file, code)) << arguments;
   }
 
   TemporaryFolder folder;
@@ -113,18 +119,14 @@ TEST_F(ZipArchives, OfAnotherArchiveEndWithTheInnerOne) {
 TEST_F(ZipArchives, OfJava) {
   Write("META-INF/MANIFEST.MF", "Manifest-Version: 1.0\r\n\r\n");
   Write("Main.class", 1500);
-  const std::string file = Zip("META-INF/MANIFEST.MF Main.class");
-  EXPECT_EQ(ScanZipAnyCut(DeviceWith(file)), WholeFile(file, 9));
+  ExpectKind("META-INF/MANIFEST.MF Main.class", 9);
 }
 
 TEST_F(ZipArchives, OfAndroidAreTakenForJavasUnlessTheirManifestComesFirst) {
   Write("META-INF/MANIFEST.MF", "Manifest-Version: 1.0\r\n\r\n");
   Write("AndroidManifest.xml", 1500);
-  const std::string java = Zip("META-INF/MANIFEST.MF AndroidManifest.xml");
-  EXPECT_EQ(ScanZipAnyCut(DeviceWith(java)), WholeFile(java, 9));
-  ASSERT_TRUE(folder.Run("rm file.zip"));
-  const std::string android = Zip("AndroidManifest.xml META-INF/MANIFEST.MF");
-  EXPECT_EQ(ScanZipAnyCut(DeviceWith(android)), WholeFile(android, 14));
+  ExpectKind("META-INF/MANIFEST.MF AndroidManifest.xml", 9);
+  ExpectKind("AndroidManifest.xml META-INF/MANIFEST.MF", 14);
 }
 
 TEST_F(ZipArchives, WithAStoredFirstMemberThatNamesTheirKind) {
@@ -140,17 +142,14 @@ TEST_F(ZipArchives, WithAStoredFirstMemberThatNamesTheirKind) {
   Write("content.xml", 1500);
   for (const auto& [type, code] : kinds) {
     Write("mimetype", type);
-    ASSERT_TRUE(folder.Run("rm -f file.zip"));
-    const std::string file = Zip("-0 mimetype content.xml");
-    EXPECT_EQ(ScanZipAnyCut(DeviceWith(file)), WholeFile(file, code)) << type;
+    ExpectKind("-0 mimetype content.xml", code);
   }
 }
 
 TEST_F(ZipArchives, WithACompressedMarkOfTheirKindArePlain) {
   Write("mimetype", "application/epub+zip, application/epub+zip, application/epub+zip");
   Write("content.xml", 1500);
-  const std::string file = Zip("mimetype content.xml");
-  EXPECT_EQ(ScanZipAnyCut(DeviceWith(file)), WholeFile(file, 0));
+  ExpectKind("mimetype content.xml", 0);
 }
 
 TEST_F(ZipArchives, OfOtherKindsAreToldByAMembersName) {
@@ -162,9 +161,7 @@ TEST_F(ZipArchives, OfOtherKindsAreToldByAMembersName) {
   Write("other", 1500);
   for (const auto& [name, code] : kinds) {
     Write(name, 100);
-    ASSERT_TRUE(folder.Run("rm -f file.zip"));
-    const std::string file = Zip("-D " + name + " other");
-    EXPECT_EQ(ScanZipAnyCut(DeviceWith(file)), WholeFile(file, code)) << name;
+    ExpectKind("-D " + name + " other", code);
   }
 }
 

@@ -18,50 +18,6 @@ constexpr std::uint64_t kFirst = Device::kFirstSector;
 const std::string kHead = "PK\3\4";
 const std::string kSignature = Literal("PK\5\6\0\0\0\0");
 
-struct NameCase {
-  std::string name;
-  std::uint32_t code;
-  bool weak = false;  ///< Lets the search of its sector go on.
-};
-
-const std::vector<NameCase>& Names() {
-  static const std::vector<NameCase> kNames = {
-      {"application/vnd.oasis.opendocument.formula", 10},
-      {"application/x-vnd.oasis.opendocument.formula", 10},
-      {"application/epub", 13},
-      {"AndroidManifest.xml", 14},
-      {"docProps/thumbnail.jpeg", 12, true},
-      {"iTunesArtwork", 15},
-      {"mimetypeapplication/vnd.oasis.opendocument.text", 4},
-      {"mimetypeapplication/vnd.oasis.opendocument.spreadsheet", 5},
-      {"mimetypeapplication/vnd.oasis.opendocument.presentation", 6},
-      {"mimetypeapplication/vnd.sun.xml.base", 8},
-      {"mimetypeapplication/vnd.oasis.opendocument.graphics", 7},
-      {"META-INF/MANIFEST.MF", 9},
-      {"mimetypeapplication/epub", 13},
-      {"mimetypeapplication/vnd.adobe.xfl", 16},
-      {"mimetypeapplication/vnd.oasis.opendocument.base", 19},
-      {"ppt/slides/", 3, true},
-      {"ppt/slideLayouts/", 3, true},
-      {"ppt/slideMasters/", 3, true},
-      {"ppt/media/", 3, true},
-      {"ppt/presProps.xml", 3, true},
-      {"PxlPkg.plist", 11},
-      {Literal("RIMARY\xFFyearIndex"), 17},
-      {"template/database/databaseProperties.xml", 18},
-      {"word/_rels/document.xml.rels", 1},
-      {"word/document.xml", 1},
-      {"word/footnotes.xml", 1},
-      {"word/endnotes.xml", 1},
-      {"word/settings.xml", 1},
-      {"word/styles.xml", 1},
-      {"xl/_rels/workbook.xml", 2},
-      {"xl/workbook.xml", 2},
-      {"xl/worksheets/", 2},
-  };
-  return kNames;
-}
-
 /// A file over four sectors with bytes in it; its end stands at the beginning of the last.
 Device FileWith(std::uint64_t sector, std::size_t offset, const std::string& bytes) {
   Device device(5);
@@ -85,30 +41,30 @@ std::uint32_t CodeOfCutName(const std::string& name, std::size_t inFirst) {
 }
 
 TEST(ZipNames, TellTheKindWhereverTheyStandInASector) {
-  for (const NameCase& tested : Names()) {
-    for (std::size_t offset = 4; offset < 512 - tested.name.size(); ++offset) {
-      const Device device = FileWith(kFirst, offset, tested.name);
-      ASSERT_EQ(ZipDetectors().Scan(device), (ZipHits{{kFirst, kFileSize, tested.code}})) << tested.name << offset;
+  for (const ZipName& tested : ZipNames()) {
+    for (std::size_t offset = 4; offset < 512 - tested.text.size(); ++offset) {
+      const Device device = FileWith(kFirst, offset, tested.text);
+      ASSERT_EQ(ZipDetectors().Scan(device), (ZipHits{{kFirst, kFileSize, tested.code}})) << tested.text << offset;
     }
-    EXPECT_EQ(CodeOf(FileWith(kFirst + 2, 0, tested.name)), tested.code) << tested.name;
+    EXPECT_EQ(CodeOf(FileWith(kFirst + 2, 0, tested.text)), tested.code) << tested.text;
   }
 }
 
 TEST(ZipNames, AreTakenByteByByte) {
-  for (const NameCase& tested : Names()) {
-    for (std::size_t i = 0; i < tested.name.size(); ++i) {
-      std::string name = tested.name;
+  for (const ZipName& tested : ZipNames()) {
+    for (std::size_t i = 0; i < tested.text.size(); ++i) {
+      std::string name = tested.text;
       name[i] = static_cast<char>(name[i] ^ 1);
       const std::uint32_t code = CodeOf(FileWith(kFirst + 1, 77, name));
       // What follows "mimetype" in the books' mark is a name by itself.
-      EXPECT_EQ(code, tested.name == "mimetypeapplication/epub" && i < 8 ? 13U : 0U) << name;
+      EXPECT_EQ(code, tested.text == "mimetypeapplication/epub" && i < 8 ? 13U : 0U) << name;
     }
   }
 }
 
 TEST(ZipNames, DifferInSmallAndCapitalLetters) {
-  for (const NameCase& tested : Names()) {
-    std::string name = tested.name;
+  for (const ZipName& tested : ZipNames()) {
+    std::string name = tested.text;
     const auto first = static_cast<unsigned char>(name[0]);
     name[0] = static_cast<char>(std::isupper(first) != 0 ? std::tolower(first) : std::toupper(first));
     if (name == "Mimetypeapplication/epub") continue;
@@ -117,10 +73,10 @@ TEST(ZipNames, DifferInSmallAndCapitalLetters) {
 }
 
 TEST(ZipNames, WholeNameAtTheSectorsEndIsTakenAtTheNextOne) {
-  for (const NameCase& tested : Names()) {
+  for (const ZipName& tested : ZipNames()) {
     // It fits with nothing more, as does any other name of its length: the first in the group counts.
-    const bool isAsLongAsAText = tested.name == "mimetypeapplication/vnd.oasis.opendocument.base";
-    EXPECT_EQ(CodeOfCutName(tested.name, tested.name.size()), isAsLongAsAText ? 4U : tested.code) << tested.name;
+    const bool isAsLongAsAText = tested.text == "mimetypeapplication/vnd.oasis.opendocument.base";
+    EXPECT_EQ(CodeOfCutName(tested.text, tested.text.size()), isAsLongAsAText ? 4U : tested.code) << tested.text;
   }
 }
 
@@ -138,14 +94,14 @@ TEST(ZipNames, StrongNamesAreSeenWhereverASectorsEndCutsThem) {
       // The first letter alone is taken for the beginning of the file's end.
       {"PxlPkg.plist", {{1, 0}, {10, 3}, {11, 3}}},
   };
-  for (const NameCase& tested : Names()) {
+  for (const ZipName& tested : ZipNames()) {
     if (tested.weak) continue;
-    for (std::size_t inFirst = 1; inFirst < tested.name.size(); ++inFirst) {
+    for (std::size_t inFirst = 1; inFirst < tested.text.size(); ++inFirst) {
       std::uint32_t expected = tested.code;
-      if (const auto cuts = taken.find(tested.name); cuts != taken.end()) {
+      if (const auto cuts = taken.find(tested.text); cuts != taken.end()) {
         if (const auto cut = cuts->second.find(inFirst); cut != cuts->second.end()) expected = cut->second;
       }
-      EXPECT_EQ(CodeOfCutName(tested.name, inFirst), expected) << tested.name << " cut behind " << inFirst;
+      EXPECT_EQ(CodeOfCutName(tested.text, inFirst), expected) << tested.text << " cut behind " << inFirst;
     }
   }
 }
@@ -159,11 +115,11 @@ TEST(ZipNames, WeakNamesAreLostWhereTheirPieceEndsWithTheBeginningOfAnotherName)
       {"ppt/media/", {2, 3, 5, 7, 8, 9}},
       {"ppt/presProps.xml", {2, 3, 5, 12, 15, 16}},
   };
-  for (const NameCase& tested : Names()) {
+  for (const ZipName& tested : ZipNames()) {
     if (!tested.weak) continue;
-    for (std::size_t inFirst = 1; inFirst < tested.name.size(); ++inFirst) {
-      EXPECT_EQ(CodeOfCutName(tested.name, inFirst), lost.at(tested.name).contains(inFirst) ? 0 : tested.code)
-          << tested.name << " cut behind " << inFirst;
+    for (std::size_t inFirst = 1; inFirst < tested.text.size(); ++inFirst) {
+      EXPECT_EQ(CodeOfCutName(tested.text, inFirst), lost.at(tested.text).contains(inFirst) ? 0 : tested.code)
+          << tested.text << " cut behind " << inFirst;
     }
   }
 }
@@ -184,11 +140,11 @@ TEST(ZipNames, PieceThatDoesNotGoOnIsForgotten) {
 }
 
 TEST(ZipNames, EndBehindANameInTheSameSectorIsMissedUnlessTheNameIsWeak) {
-  for (const NameCase& tested : Names()) {
+  for (const ZipName& tested : ZipNames()) {
     Device device(4);
-    device.Put(kFirst, kHead).Put(kFirst + 1, 10, tested.name).Put(kFirst + 1, 300, kSignature);
+    device.Put(kFirst, kHead).Put(kFirst + 1, 10, tested.text).Put(kFirst + 1, 300, kSignature);
     device.Put(kFirst + 3, 20, kSignature);
-    EXPECT_EQ(CodeOf(device, tested.weak ? 512 + 322 : 1536 + 42), tested.code) << tested.name;
+    EXPECT_EQ(CodeOf(device, tested.weak ? 512 + 322 : 1536 + 42), tested.code) << tested.text;
   }
 }
 
@@ -317,7 +273,7 @@ std::vector<ZipBlock> BlocksOfPieces(std::uint32_t seed) {
   const std::string letters = "AaDdIiMmPpRrTtWwXxK/";
   // A few names that come again and again, so that they meet one another.
   std::vector<std::string> favourites(5, kSignature);
-  for (std::size_t i = 0; i < 4; ++i) favourites[i] = Names()[below(Names().size())].name;
+  for (std::size_t i = 0; i < 4; ++i) favourites[i] = ZipNames()[below(ZipNames().size())].text;
 
   std::vector<ZipBlock> blocks;
   std::uint64_t startSector = kFirst;

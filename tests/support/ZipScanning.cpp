@@ -3,11 +3,50 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 
 namespace qzmtraw::test {
 
 std::ostream& operator<<(std::ostream& out, const ZipHit& hit) {
   return out << "{sector " << hit.startSector << ", " << hit.size << " bytes, code " << hit.code << "}";
+}
+
+const std::vector<ZipName>& ZipNames() {
+  static const std::vector<ZipName> kNames = {
+      {"application/vnd.oasis.opendocument.formula", 10},
+      {"application/x-vnd.oasis.opendocument.formula", 10},
+      {"application/epub", 13},
+      {"AndroidManifest.xml", 14},
+      {"docProps/thumbnail.jpeg", 12, true},
+      {"iTunesArtwork", 15},
+      {"mimetypeapplication/vnd.oasis.opendocument.text", 4},
+      {"mimetypeapplication/vnd.oasis.opendocument.spreadsheet", 5},
+      {"mimetypeapplication/vnd.oasis.opendocument.presentation", 6},
+      {"mimetypeapplication/vnd.sun.xml.base", 8},
+      {"mimetypeapplication/vnd.oasis.opendocument.graphics", 7},
+      {"META-INF/MANIFEST.MF", 9},
+      {"mimetypeapplication/epub", 13},
+      {"mimetypeapplication/vnd.adobe.xfl", 16},
+      {"mimetypeapplication/vnd.oasis.opendocument.base", 19},
+      {"ppt/slides/", 3, true},
+      {"ppt/slideLayouts/", 3, true},
+      {"ppt/slideMasters/", 3, true},
+      {"ppt/media/", 3, true},
+      {"ppt/presProps.xml", 3, true},
+      {"PxlPkg.plist", 11},
+      {"\x52\x49\x4D\x41\x52\x59\xFF\x79\x65\x61\x72\x49\x6E\x64\x65\x78", 17},
+      {"template/database/databaseProperties.xml", 18},
+      {"word/_rels/document.xml.rels", 1},
+      {"word/document.xml", 1},
+      {"word/footnotes.xml", 1},
+      {"word/endnotes.xml", 1},
+      {"word/settings.xml", 1},
+      {"word/styles.xml", 1},
+      {"xl/_rels/workbook.xml", 2},
+      {"xl/workbook.xml", 2},
+      {"xl/worksheets/", 2},
+  };
+  return kNames;
 }
 
 ZipDetectors::ZipDetectors() {
@@ -59,7 +98,6 @@ namespace {
 constexpr std::string_view kSignature("PK\5\6\0\0\0\0", 8);
 constexpr std::string_view kLocalHeader = "PK\3\4";
 constexpr std::int64_t kMaxFileSize = 0x1400000;
-constexpr std::uint32_t kWeak = 100;  // Added to the code of a name whose answer isn't passed on.
 
 }  // namespace
 
@@ -137,60 +175,21 @@ bool LiteralZipSearcher::Match(const std::string& sector, std::size_t position) 
 }
 
 bool LiteralZipSearcher::MatchUnder(unsigned char letter, const std::string& sector, std::size_t position) {
-  static const std::vector<std::pair<unsigned char, std::vector<Name>>> kGroups = {
-      {'a',
-       {{"application/vnd.oasis.opendocument.formula", 10},
-        {"application/x-vnd.oasis.opendocument.formula", 10},
-        {"application/epub", 13},
-        {"AndroidManifest.xml", 14}}},
-      {'d', {{"docProps/thumbnail.jpeg", kWeak + 12}}},
-      {'i', {{"iTunesArtwork", 15}}},
-      {'m',
-       {{"mimetypeapplication/vnd.oasis.opendocument.text", 4},
-        {"mimetypeapplication/vnd.oasis.opendocument.spreadsheet", 5},
-        {"mimetypeapplication/vnd.oasis.opendocument.presentation", 6},
-        {"mimetypeapplication/vnd.oasis.opendocument.presentation", 6},
-        {"mimetypeapplication/vnd.sun.xml.base", 8},
-        {"mimetypeapplication/vnd.oasis.opendocument.graphics", 7},
-        {"META-INF/MANIFEST.MF", 9},
-        {"mimetypeapplication/epub", 13},
-        {"mimetypeapplication/vnd.adobe.xfl", 16},
-        {"mimetypeapplication/vnd.oasis.opendocument.base", 19}}},
-      {'p',
-       {{"ppt/slides/", kWeak + 3},
-        {"ppt/slideLayouts/", kWeak + 3},
-        {"ppt/slideMasters/", kWeak + 3},
-        {"ppt/media/", kWeak + 3},
-        {"ppt/presProps.xml", kWeak + 3},
-        {"PxlPkg.plist", 11}}},
-      {'r', {{"\x52\x49\x4D\x41\x52\x59\xFF\x79\x65\x61\x72\x49\x6E\x64\x65\x78", 17}}},
-      {'t', {{"template/database/databaseProperties.xml", 18}}},
-      {'w',
-       {{"word/_rels/document.xml.rels", 1},
-        {"word/document.xml", 1},
-        {"word/footnotes.xml", 1},
-        {"word/endnotes.xml", 1},
-        {"word/settings.xml", 1},
-        {"word/styles.xml", 1}}},
-      {'x', {{"xl/_rels/workbook.xml", 2}, {"xl/workbook.xml", 2}, {"xl/worksheets/", 2}}},
-  };
   if (letter < 65 || letter > 120) return false;
-  for (const auto& [groupLetter, names] : kGroups) {
-    if (letter != groupLetter && letter != groupLetter - 32) continue;
-    for (const Name& name : names) {
-      if (MatchOne(name, sector, position)) return name.code < kWeak;
-    }
+  for (const ZipName& name : ZipNames()) {
+    const bool inGroup = std::tolower(letter) == std::tolower(static_cast<unsigned char>(name.text[0]));
+    if (inGroup && MatchOne(name, sector, position)) return !name.weak;
   }
   return false;
 }
 
-bool LiteralZipSearcher::MatchOne(const Name& name, const std::string& sector, std::size_t position) {
+bool LiteralZipSearcher::MatchOne(const ZipName& name, const std::string& sector, std::size_t position) {
   const std::size_t n = sector.size();
   if (position + name.text.size() < n) {
     if (pendingLength_ > name.text.size()) return false;
-    const std::string_view rest = name.text.substr(pendingLength_);
+    const std::string rest = name.text.substr(pendingLength_);
     if (sector.compare(position, rest.size(), rest) != 0) return false;
-    fileCode_ = name.code % kWeak;
+    fileCode_ = name.code;
     return true;
   }
   if (sector.substr(position) != name.text.substr(0, n - position)) return false;

@@ -47,6 +47,15 @@ struct ZipHit {
 using ZipHits = std::vector<ZipHit>;
 std::ostream& operator<<(std::ostream& out, const ZipHit& hit);
 
+/// A name that tells the kind of a ZIP file.
+struct ZipName {
+  std::string text;
+  std::uint32_t code;
+  bool weak = false;  ///< Lets the search of its sector go on.
+};
+/// All names, those with the same first letter in the order in which they are tried.
+const std::vector<ZipName>& ZipNames();
+
 /// A block with memory of its own, whose size is exactly the block's.
 struct ZipBlock {
   std::uint64_t startSector;
@@ -81,14 +90,9 @@ class LiteralZipSearcher {
   ZipHits Scan(const ZipBlock& block);
 
  private:
-  struct Name {
-    std::string_view text;
-    std::uint32_t code;
-  };
-
   bool Match(const std::string& sector, std::size_t position);
   bool MatchUnder(unsigned char letter, const std::string& sector, std::size_t position);
-  bool MatchOne(const Name& name, const std::string& sector, std::size_t position);
+  bool MatchOne(const ZipName& name, const std::string& sector, std::size_t position);
   bool SearchEnd(const std::string& sector, const std::string& fromSectorOn, std::uint64_t& end);
 
   bool fileOpen_ = false;
