@@ -25,8 +25,11 @@ bool IsBeginningOf(std::string_view text, ByteView bytes) {
 
 constexpr std::string_view kEndText("PK\5\6\0\0\0\0", KZipFileSearcher::kEnd.Size());
 
+/// The four zeros that end the end's signature are not among the bytes by which it is looked for, which keeps stretches
+/// of zeros fast.
 constexpr BeginningFilter kEndOrName = [] {
   BeginningFilter filter;
+  static_assert(BeginningFilter::kBeginning < KZipFileSearcher::kEnd.Size());
   filter.Add(kEndText);
   for (const ZipNameGroup& group : kZipNameGroups) {
     for (const ZipName& name : group.names) filter.Add(name.text);
