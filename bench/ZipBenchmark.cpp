@@ -47,7 +47,7 @@ void Follow(benchmark::State& state, std::string_view head, std::vector<std::uin
 
 constexpr std::string_view kPlainHead = "PK\3\4";
 constexpr std::string_view kDocumentHead = "PK\3\4 word/document.xml";
-constexpr std::size_t kMemory = std::size_t{128} << 20;
+constexpr std::size_t kMemory = std::size_t{64} << 20;
 
 // A document whose kind is known, and a plain archive, which is what every file is until a name has told its kind.
 BENCHMARK_CAPTURE(Follow, plain_noise_cached, kPlainHead, Noise(kBlockSize));
