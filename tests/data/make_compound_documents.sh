@@ -1,6 +1,7 @@
 #!/bin/sh
-# Makes the documents in compound/ anew, with LibreOffice: a text, a sheet and a presentation in the old binary forms.
-#   apt-get install --no-install-recommends libreoffice-writer libreoffice-calc libreoffice-impress
+# Makes the documents in compound/ anew: a text, a sheet and a presentation in the old binary forms with LibreOffice,
+# and with gsf a file that has the streams of a mail message.
+#   apt-get install --no-install-recommends libreoffice-writer libreoffice-calc libreoffice-impress libgsf-bin
 set -eu
 target=$(cd "$(dirname "$0")" && pwd)/compound
 work=$(mktemp -d)
@@ -39,5 +40,11 @@ convert() {
 convert 'doc:MS Word 97' text.fodt
 convert 'xls:MS Excel 97' sheet.fods
 convert 'ppt:MS PowerPoint 97' slides.fodp
+
+echo ids > __nameid_version1.0
+seq 1000 1199 > __properties_version1.0
+seq 1000 1849 > __substg1.0_1000001E
+gsf createole message.msg __nameid_version1.0 __properties_version1.0 __substg1.0_1000001E > /dev/null 2>&1
+
 mkdir -p "$target"
-mv text.doc sheet.xls slides.ppt "$target"
+mv text.doc sheet.xls slides.ppt message.msg "$target"

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <set>
 
 namespace qzmtraw::test {
 
@@ -16,6 +17,7 @@ struct LiteralReader {
   Numbers fat;
   Numbers miniFat;
   std::vector<std::array<std::uint8_t, 128>> directory;
+  std::set<std::string> names;
   bool clean = true;
   std::uint32_t sectorSize = 0;
   std::uint32_t sectorLimit = 0x80000;
@@ -76,18 +78,20 @@ struct LiteralReader {
            std::uint32_t{entry[at + 3]} << 24;
   }
 
-  static bool HasName(const std::array<std::uint8_t, 128>& entry, const std::string& name) {
+  static std::string Upper(std::string text) {
+    for (char& letter : text) {
+      if (letter >= 'a' && letter <= 'z') letter = static_cast<char>(letter - 'a' + 'A');
+    }
+    return text;
+  }
+
+  /// The name in capitals, as far as there is ASCII for it.
+  static std::string NameOf(const std::array<std::uint8_t, 128>& entry) {
     std::string found;
     for (std::size_t i = 0; i < 32 && (entry[2 * i] != 0 || entry[2 * i + 1] != 0); ++i) {
       found += entry[2 * i + 1] == 0 ? static_cast<char>(entry[2 * i]) : '\xFF';
     }
-    const auto upper = [](std::string text) {
-      for (char& letter : text) {
-        if (letter >= 'a' && letter <= 'z') letter = static_cast<char>(letter - 'a' + 'A');
-      }
-      return text;
-    };
-    return upper(found) == upper(name);
+    return Upper(found);
   }
 
   void WalkDirectory() {
@@ -101,12 +105,13 @@ struct LiteralReader {
         for (std::size_t k = 0; k < 128; ++k) entry[k] = byteAt(std::uint64_t{position} + 128 * i + k);
         const std::uint32_t nameLength = Field(entry, 64) & 0xFFFF;
         if (nameLength == 0 || nameLength > 64) continue;
-        if (HasName(entry, "Root Entry")) miniStreamSize = Field(entry, 120);
+        if (NameOf(entry) == "ROOT ENTRY") miniStreamSize = Field(entry, 120);
         const std::uint32_t start = Field(entry, 116);
         const bool startIsGood = start == 0xFFFFFFFD || start == 0xFFFFFFFE || start == 0xFFFFFFFF ||
                                  start < std::max(sectorLimit, miniStreamSize);
         if (startIsGood && Field(entry, 120) <= 0x4000000 && (entry[67] == 0 || entry[67] == 1) && entry[66] < 6) {
           directory.push_back(entry);
+          names.insert(NameOf(entry));
         } else {
           ++bad;
           clean = false;
@@ -133,12 +138,10 @@ struct LiteralReader {
     return total > bound || !clean ? bound : total;
   }
 
-  bool Has(const std::string& name) const {
-    return std::any_of(directory.begin(), directory.end(), [&](const auto& entry) { return HasName(entry, name); });
-  }
+  bool Has(const std::string& name) const { return names.contains(Upper(name)); }
 
-  bool HasAll(std::initializer_list<const char*> names) const {
-    return std::all_of(names.begin(), names.end(), [&](const char* name) { return Has(name); });
+  bool HasAll(std::initializer_list<const char*> wanted) const {
+    return std::all_of(wanted.begin(), wanted.end(), [&](const char* name) { return Has(name); });
   }
 
   std::uint32_t OfficeCode() const {
