@@ -12,16 +12,14 @@ namespace qzmtraw {
 
 namespace {
 
-using std::string_view_literals::operator""sv;
-
 // Streams whose names begin with an unprintable character.
-constexpr auto kSummary = "\x05SummaryInformation"sv;
-constexpr auto kDocumentSummary =
+constexpr std::string_view kSummary = "\x05SummaryInformation";
+constexpr std::string_view kDocumentSummary =
     "\x05"
-    "DocumentSummaryInformation"sv;
-constexpr auto kCompObj =
+    "DocumentSummaryInformation";
+constexpr std::string_view kCompObj =
     "\x01"
-    "CompObj"sv;
+    "CompObj";
 
 /// The class identifier of a Flash movie's root, {597CAA70-72AA-11CF-831E-524153480000}.
 constexpr auto kFlashMovie = Bytes("\x70\xAA\x7C\x59\xAA\x72\xCF\x11\x83\x1E\x52\x41\x53\x48\x00\x00");

@@ -4,7 +4,8 @@
 
 namespace qzmtraw {
 
-/// Sorts compound documents ([MS-CFB]) into kinds by the names of their streams.
+/// Sorts compound documents ([MS-CFB]) into kinds by the names of their streams. Sizes are signed 32-bit numbers, so
+/// the largest one that can be reported is 0x7fffffff; what reads as negative isn't reported.
 class KCompoundFileType final : public SharedClassifier<KCompoundFileType> {
  public:
   static constexpr auto kHead = At(0, "\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1");

@@ -183,7 +183,8 @@ std::uint32_t KCompoundReader::Cut(std::uint32_t sectors, std::uint32_t limit) c
 
 /// The header takes the place of the sector before sector 0. The position wraps at 32 bits.
 void KCompoundReader::ReadSector(std::uint32_t sector) {
-  simulator->SetPos((sector + 1) * sectorSize);
+  const std::uint32_t position = (sector + 1) * sectorSize;
+  simulator->SetPos(position);
   simulator->Read(sectorBytes.get(), sectorSize);
 }
 

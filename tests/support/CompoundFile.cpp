@@ -89,7 +89,7 @@ CompoundFile& CompoundFile::Add(const CompoundEntry& entry) {
   if (entries_ != 0 && entries_ % perSector == 0) {
     Put(sector, 0, std::string(sectorSize_, '\0')).Link(sector - 1, sector).Link(sector, kEndOfChain);
   }
-  Put(sector, entries_ % perSector * 128, entry.Bytes());
+  Put(sector, std::size_t{entries_ % perSector} * 128, entry.Bytes());
   ++entries_;
   return *this;
 }

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace qzmtraw::test {
 
 namespace {
@@ -31,15 +29,9 @@ FoundKinds ScanCompound(const Device& device, IRawSectorReader& reader, Cut cut)
   std::vector<Detector> detectors;
   std::vector<RecordingSink> sinks(std::size(kFaces));
   for (const CompoundFace& face : kFaces) detectors.push_back(CreateDetector(face.className));
-  const int blockSectors = cut.blockSectors == 0 ? device.SectorCount() : cut.blockSectors;
-  for (int first = 0; first < device.SectorCount(); first += blockSectors) {
-    const int count = std::min(blockSectors, device.SectorCount() - first);
-    const auto begin = device.Bytes().begin() + std::ptrdiff_t{first} * device.SectorSize();
-    std::vector<std::uint8_t> memory(begin, begin + std::ptrdiff_t{count} * device.SectorSize());
-    const RawSectorBlock block{device.FirstSector() + static_cast<std::uint64_t>(first), memory.data(), count,
-                               device.SectorSize(), &reader};
+  ForEachBlock(device, reader, cut, [&](const RawSectorBlock& block) {
     for (std::size_t i = 0; i < detectors.size(); ++i) detectors[i]->Scan(&block, &sinks[i]);
-  }
+  });
   FoundKinds found;
   for (std::size_t i = 0; i < detectors.size(); ++i) {
     if (!sinks[i].Found().empty()) found[std::string(kFaces[i].className)] = sinks[i].Found();
