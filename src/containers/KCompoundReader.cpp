@@ -39,8 +39,8 @@ KCompoundReader::KCompoundReader(const RawSectorBlock* block, std::uint64_t star
   if (!header.IsValid()) return;
   sectorSize = header.SectorSize();
   if (sectorSize > kMaxTableBytes) return;
-  sectorBytes.reset(new (std::nothrow) std::uint8_t[sectorSize]());
-  if (!sectorBytes) return;
+  sectorBytes_.reset(new (std::nothrow) std::uint8_t[sectorSize]());
+  if (!sectorBytes_) return;
   AsFarAsMemoryGoes([this] { LoadDifat(); });
   AsFarAsMemoryGoes([this] { LoadFat(); });
   sectorLimit = static_cast<std::uint32_t>(fat.size());
@@ -117,7 +117,7 @@ std::uint32_t KCompoundReader::StoreEntries() {
   std::uint32_t bad = 0;
   for (std::uint32_t offset = 0; sectorSize - offset >= kEntrySize; offset += kEntrySize) {
     Entry entry;
-    std::memcpy(entry.bytes.data(), sectorBytes.get() + offset, kEntrySize);
+    std::memcpy(entry.bytes.data(), sectorBytes_.get() + offset, kEntrySize);
     if (entry.NameLength() == 0 || entry.NameLength() > 64) continue;
     if (entry.IsNamed("Root Entry")) miniStreamSize = entry.StreamSize();
     if (IsPlausible(entry)) {
@@ -185,7 +185,7 @@ std::uint32_t KCompoundReader::Cut(std::uint32_t sectors, std::uint32_t limit) c
 void KCompoundReader::ReadSector(std::uint32_t sector) {
   const std::uint32_t position = (sector + 1) * sectorSize;
   simulator->SetPos(position);
-  simulator->Read(sectorBytes.get(), sectorSize);
+  simulator->Read(sectorBytes_.get(), sectorSize);
 }
 
 /// Takes the numbers in the sector that was read last into a table.
@@ -193,7 +193,7 @@ void KCompoundReader::ReadSector(std::uint32_t sector) {
 std::uint32_t KCompoundReader::AppendSectorTo(std::vector<std::uint32_t>& table) const {
   std::uint32_t number = kFirstMark;
   for (std::uint32_t offset = 0; sectorSize - offset >= 4; offset += 4) {
-    number = LoadLittle<std::uint32_t>(sectorBytes.get() + offset);
+    number = LoadLittle<std::uint32_t>(sectorBytes_.get() + offset);
     table.push_back(number);
   }
   return number;

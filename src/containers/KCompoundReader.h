@@ -101,7 +101,7 @@ class KCompoundReader {
   Header header;
   std::uint32_t sectorSize = 512;
   /// The sector of the file that was read last.
-  std::unique_ptr<std::uint8_t[]> sectorBytes;
+  std::unique_ptr<std::uint8_t[]> sectorBytes_;
   std::vector<std::uint32_t> difat;
   std::vector<std::uint32_t> fat;
   std::vector<std::uint32_t> miniFat;
