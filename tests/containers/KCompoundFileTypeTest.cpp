@@ -332,7 +332,7 @@ TEST(KCompoundFileType, SizesAnOddDocument) {
   // The tables stand behind the streams, the directory runs backwards, and there is damage in its middle.
   CompoundFile file;
   file.Set32(CompoundFile::kDifat, 90).Set32(CompoundFile::kFirstDirectorySector, 60).Fill(90, CompoundFile::kFree);
-  file.Put(90, 4 * 60, LittleU32(40)).Put(90, 4 * 40, LittleU32(20)).Put(90, 4 * 20, LittleU32(0xFFFFFFFE));
+  file.Put(90, 240, LittleU32(40)).Put(90, 160, LittleU32(20)).Put(90, 80, LittleU32(0xFFFFFFFE));
   for (const std::uint32_t sector : {60U, 40U, 20U}) file.Put(sector, 0, std::string(512, '\0'));
   file.Put(60, 0, CompoundEntry::Named(kSummaries[0]).Bytes());
   file.Put(40, 128, CompoundEntry::Named(kSummaries[1]).Bytes());
