@@ -28,7 +28,8 @@ Detector CreateDetector(std::int32_t index) {
 
 Detector CreateDetector(std::string_view className) { return CreateDetector(RowOf(className).index); }
 
-void Feed(IRawFileType& detector, const Device& device, IRawHitSink& sink, IRawSectorReader& reader, Cut cut) {
+void ForEachBlock(const Device& device, IRawSectorReader& reader, Cut cut,
+                  const std::function<void(const RawSectorBlock&)>& scan) {
   const int blockSectors = cut.blockSectors == 0 ? device.SectorCount() : cut.blockSectors;
   for (int first = 0; first < device.SectorCount(); first += blockSectors) {
     const int count = std::min(blockSectors, device.SectorCount() - first);
@@ -36,8 +37,12 @@ void Feed(IRawFileType& detector, const Device& device, IRawHitSink& sink, IRawS
     std::vector<std::uint8_t> memory(begin, begin + std::ptrdiff_t{count} * device.SectorSize());
     const RawSectorBlock block{device.FirstSector() + static_cast<std::uint64_t>(first), memory.data(), count,
                                device.SectorSize(), &reader};
-    detector.Scan(&block, &sink);
+    scan(block);
   }
+}
+
+void Feed(IRawFileType& detector, const Device& device, IRawHitSink& sink, IRawSectorReader& reader, Cut cut) {
+  ForEachBlock(device, reader, cut, [&](const RawSectorBlock& block) { detector.Scan(&block, &sink); });
 }
 
 Hits Scan(IRawFileType& detector, const Device& device, Cut cut, Manner manner) {

@@ -2,6 +2,7 @@
 #define QZMTRAW_TESTS_SUPPORT_SCANNING_H
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <ostream>
 #include <string_view>
@@ -50,8 +51,12 @@ struct Cut {
   int blockSectors = 0;
 };
 
-/// Feeds the device to the detector block by block, each block in memory of its own whose size is exactly the block's,
-/// so that the address sanitizer sees every step beside it.
+/// Calls `scan` for each block of the device, in memory of its own whose size is exactly the block's, so that the
+/// address sanitizer sees every step beside it.
+void ForEachBlock(const Device& device, IRawSectorReader& reader, Cut cut,
+                  const std::function<void(const RawSectorBlock&)>& scan);
+
+/// Feeds the device to the detector block by block.
 void Feed(IRawFileType& detector, const Device& device, IRawHitSink& sink, IRawSectorReader& reader, Cut cut = {});
 
 /// Feeds the device and returns what was found. The detector isn't reset, so an open file goes on in the next call.
