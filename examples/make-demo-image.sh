@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# Makes a disk image without a file system, from files that programs on this machine write at this moment. The files
-# stand at sector boundaries with unused space between them, as the remains of deleted files do.
+# Makes a disk image without a file system, from files that programs on this machine write at this moment and from a few
+# small documents. The files stand at sector boundaries with unused space between them, as the remains of deleted files
+# do.
 #
 # Usage: make-demo-image.sh IMAGE
 set -euo pipefail
@@ -11,18 +12,44 @@ mkdir -p "$(dirname "$image")"
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 
-# What the files hold.
-mkdir "$folder/content"
+# What the archives hold.
+mkdir "$folder/content" "$folder/files"
 cp "$here/LICENSE" "$folder/content/license.txt"
 cp -r "$here/include" "$here/src" "$folder/content/"
-
-mkdir "$folder/files"
 cd "$folder/content"
-7z a -bso0 -bsp0 "$folder/files/01-text.7z" license.txt
-7z a -bso0 -bsp0 -mx=0 "$folder/files/02-sources.7z" include src
-find include -type f | cpio --quiet -o -H newc >"$folder/files/03-new.cpio"
-find src -type f | cpio --quiet -o -H odc >"$folder/files/04-old.cpio"
-find src/frame -type f | cpio --quiet -o -H crc >"$folder/files/05-checksum.cpio"
+
+number=10
+# Runs a program that writes to the path it gets as its last word.
+add() {
+  local name=$1
+  shift
+  "$@" "$folder/files/$number-$name"
+  number=$((number + 1))
+}
+make_7z() { 7z a -bso0 -bsp0 "${@:$#}" "${@:1:$#-1}"; }
+make_cpio() { find "$2" -type f | cpio --quiet -o -H "$1" >"${@:$#}"; }
+make_zip() { zip -qr "${@:$#}" "${@:1:$#-1}"; }
+# An archive whose first member is the stored file "mimetype", as books and documents have it.
+make_epub() {
+  printf application/epub+zip >mimetype
+  zip -q0X "$1" mimetype
+  zip -q "$1" license.txt
+}
+make_jar() {
+  mkdir -p META-INF
+  printf 'Manifest-Version: 1.0\r\n\r\n' >META-INF/MANIFEST.MF
+  zip -qr "$1" META-INF license.txt
+}
+
+add text.7z make_7z license.txt
+add stored.7z make_7z -mx=0 include src
+add new.cpio make_cpio newc include
+add old.cpio make_cpio odc src/archives
+add checksum.cpio make_cpio crc src/frame
+add sources.zip make_zip src
+add book.epub make_epub
+add program.jar make_jar
+for document in "$here"/tests/data/{compound,zip}/*; do add "$(basename "$document")" cp "$document"; done
 
 sector_size=512
 sector=64

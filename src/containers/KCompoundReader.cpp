@@ -181,8 +181,9 @@ std::uint32_t KCompoundReader::Cut(std::uint32_t sectors, std::uint32_t limit) c
   return std::min({sectors, limit, kMaxTableBytes / sectorSize});
 }
 
-/// The header takes the place of the sector before sector 0. The position wraps at 32 bits.
+/// The header takes the place of the sector before sector 0. The position wraps at 32 bits. What can't be read is zero.
 void KCompoundReader::ReadSector(std::uint32_t sector) {
+  std::fill_n(sectorBytes_.get(), sectorSize, std::uint8_t{0});
   const std::uint32_t position = (sector + 1) * sectorSize;
   simulator->SetPos(position);
   simulator->Read(sectorBytes_.get(), sectorSize);

@@ -278,8 +278,8 @@ TEST_F(FileSimulatorOddSectors, DeliverTheDevicesBytesWhateverIsAskedFor) {
     SetBlock(static_cast<int>(random() % 50), 1 + static_cast<int>(random() % 50), &reader);
     KFileSimulator file(&block_, kFirst + 3, 0);
     for (int read = 0; read < 10; ++read) {
-      const std::uint32_t position = static_cast<std::uint32_t>(random() % 90000);
-      const std::uint32_t size = static_cast<std::uint32_t>(random() % (97000 - position) % 5000);
+      const auto position = static_cast<std::uint32_t>(random() % 90000);
+      const auto size = static_cast<std::uint32_t>(random() % (97000 - position) % 5000);
       ASSERT_EQ(ReadAt(file, position, size), Expected(3000 + position, size));
     }
   }

@@ -6,7 +6,6 @@
 namespace qzmtraw {
 namespace {
 
-using test::Hit;
 using test::Hits;
 
 /// Takes every sector for a file whose code is its first byte, and whose size counts the scans so far.

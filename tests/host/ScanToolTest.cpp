@@ -60,6 +60,15 @@ TEST_F(ScanToolTest, FindsFilesWithPlaceAndSize) {
   EXPECT_EQ(lines[4]["interrupted"], false);
 }
 
+TEST_F(ScanToolTest, ACompoundDocumentAtSector0IsFound) {
+  const Bytes document = ReadFile(QZMTRAW_TEST_DATA "/compound/text.doc");
+  WriteFile(workspace / "first.img", Image(std::size_t{64} << 10U).Put(0, document).Content());
+  const std::vector<json> lines = ScanLines({workspace / "first.img"});
+  ASSERT_EQ(lines.size(), 3U);
+  EXPECT_EQ(lines[1]["extension"], "doc");
+  EXPECT_EQ(lines[1]["start_sector"], 0);
+}
+
 TEST_F(ScanToolTest, UnreadableSectorsAreTakenAsZerosAndTold) {
   ToolSetup setup;
   setup.unreadableBytes = {{200 * 512 + 100, 204 * 512}};

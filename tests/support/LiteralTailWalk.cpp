@@ -84,7 +84,7 @@ Device DeviceOfPieces(std::uint32_t seed, const std::vector<std::string>& heads,
   std::mt19937 random(seed);
   const int sectorSize = 1 + static_cast<int>(random() % 40);
   const int sectorCount = 1 + static_cast<int>(random() % 60);
-  const auto size = static_cast<std::size_t>(sectorSize * sectorCount);
+  const auto size = static_cast<std::size_t>(sectorSize) * static_cast<std::size_t>(sectorCount);
   const std::uint64_t firstSector = random() % 8 == 0 ? 0 : Device::kFirstSector;
   std::string bytes;
   while (bytes.size() < size) {

@@ -53,7 +53,7 @@ Hits Scan(IRawFileType& detector, const Device& device, Cut cut, Manner manner) 
 }
 
 Hits ScanAnyCut(std::string_view className, const Device& device) {
-  const Hits whole = Scan(*CreateDetector(className), device);
+  Hits whole = Scan(*CreateDetector(className), device);
   for (int blockSectors = 1; blockSectors <= 3; ++blockSectors) {
     EXPECT_EQ(Scan(*CreateDetector(className), device, {blockSectors}), whole)
         << "in blocks of " << blockSectors << " sectors";
