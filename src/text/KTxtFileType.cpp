@@ -60,6 +60,12 @@ bool MayStartText(const Sector& sector) {
   return false;
 }
 
+/// The index of the block's first sector from `index` on at which a text may start, or the number of sectors.
+std::int32_t NextPossibleStart(const Block& block, std::int32_t index) {
+  while (index < block.SectorCount() && !MayStartText(block[index])) ++index;
+  return index;
+}
+
 }  // namespace
 
 std::int32_t KTxtFileType::Reset() {
@@ -78,13 +84,15 @@ std::int32_t KTxtFileType::Reset() {
 std::uint32_t KTxtFileType::Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) {
   const Block block(rawBlock);
   if (!MakeRoom(static_cast<std::size_t>(block.SectorSize()))) return 0;
-  for (std::int32_t i = 0; i < block.SectorCount(); ++i) ScanSector(block[i]);
+  for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
+    if (fileOpen == 0) i = NextPossibleStart(block, i);
+    if (i < block.SectorCount()) ScanSector(block[i]);
+  }
   KeepPutOff();
   return static_cast<std::uint32_t>(block.SectorCount());
 }
 
 void KTxtFileType::ScanSector(const Sector& sector) {
-  if (fileOpen == 0 && !MayStartText(sector)) return;
   const ByteView bytes = sector.Bytes();
   if (!IsFirstByte(bytes.front())) {
     CloseText();

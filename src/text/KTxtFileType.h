@@ -32,6 +32,7 @@ class KTxtFileType final : public SharedClassifier<KTxtFileType> {
   std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override;
 
  private:
+  /// Reads a sector that belongs to the open text or, when none is open, may start one.
   void ScanSector(const Sector& sector);
   /// Takes note of a text that is too short to be reported.
   void PassOver(ByteView sector);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "text/KeywordRules.h"
+#include "text/PairSet.h"
 
 namespace qzmtraw {
 namespace {
@@ -134,9 +135,7 @@ bool StartsWith(ByteView bytes, std::string_view literal) {
 /// hold a byte more.
 bool IsPlotterFile(ByteView sector) { return sector.size() > 5 && StartsWith(sector, "IN;\r\n"); }
 
-ByteView UpToZero(ByteView bytes) {
-  return bytes.first(static_cast<std::size_t>(std::find(bytes.begin(), bytes.end(), 0) - bytes.begin()));
-}
+ByteView UpToZero(ByteView bytes) { return bytes.first(Find(bytes, Bytes("\0")).value_or(bytes.size())); }
 
 }  // namespace
 
@@ -152,7 +151,11 @@ std::uint32_t TextKindOf(ByteView sector, bool wasUndecided) {
   const ByteView head = whole.first(std::min(kHeadSize, whole.size()));
   const ByteView tail = sector.size() > kTailOffset ? UpToZero(sector.subspan(kTailOffset)) : ByteView{};
   const TextParts parts{whole, head, tail};
-  const auto find = [&parts](const KeywordTest& test) { return FindKeyword(test, parts); };
+  const PairSet pairs(whole);
+  const auto find = [&](const KeywordTest& test) {
+    const bool missing = test.part != TextPart::kTail && !pairs.MayHold(test.literal);
+    return missing ? std::nullopt : FindKeyword(test, parts);
+  };
   if (const auto kind = FirstCode(kKnownHeads, find)) return *kind;
   const bool commented = StartsWith(sector, "//") || OpensComment(sector);
   if (const auto kind = FirstCode(commented ? kCommented : kSource, find)) return *kind;
