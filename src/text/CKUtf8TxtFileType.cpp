@@ -1,6 +1,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <string_view>
 
 #include "frame/SharedClassifier.h"
 #include "text/KeywordRules.h"
@@ -43,6 +45,54 @@ constexpr KeywordList kUtf8List{kUtf8Rules};
 
 constexpr std::size_t kMarkSize = 3;
 
+/// Sorts the texts of one block, which are asked for in the order in which they stand. A text reaches as far as the
+/// next zero byte, over the marks of later sectors if need be, so that one stretch of bytes may be sorted many times:
+/// what was searched once isn't searched again.
+class TextsOfBlock {
+ public:
+  explicit TextsOfBlock(const Block& block) : bytes_(block.Data(), static_cast<std::size_t>(block.ByteCount())) {}
+
+  /// The kind of the text that begins at an offset of the block.
+  std::uint32_t KindAt(std::size_t begin) {
+    if (begin > end_) {
+      end_ = Find(bytes_, Bytes("\0"), begin).value_or(bytes_.size());
+      foundCount_ = 0;
+    }
+    const TextParts parts{bytes_.first(end_).subspan(begin)};
+    return *FirstCode(kUtf8List, [&](const KeywordTest& test) {
+      return test.end == KeywordTest::kAnywhere ? FindFrom(begin, test.literal) : FindKeyword(test, parts);
+    });
+  }
+
+ private:
+  struct Found {
+    const char* literal;
+    std::size_t offset;  ///< The end of the block for a literal that doesn't come any more.
+  };
+
+  std::optional<std::size_t> FindFrom(std::size_t begin, std::string_view literal) {
+    Found& known = FoundOf(literal);
+    if (known.offset < begin) {
+      known.offset = Find(bytes_.first(end_), AsBytes(literal), begin).value_or(bytes_.size());
+    }
+    if (known.offset == bytes_.size()) return std::nullopt;
+    return known.offset - begin;
+  }
+
+  Found& FoundOf(std::string_view literal) {
+    for (std::size_t i = 0; i < foundCount_; ++i) {
+      if (found_.at(i).literal == literal.data()) return found_.at(i);
+    }
+    return found_.at(foundCount_++) = {literal.data(), 0};
+  }
+
+  ByteView bytes_;
+  std::size_t end_ = 0;
+  /// The last places found of the literals that may stand anywhere in a text.
+  std::array<Found, std::size(kUtf8Rules)> found_{};
+  std::size_t foundCount_ = 0;
+};
+
 }  // namespace
 
 /// The classifier of text that begins with the byte order mark of UTF-8. A text goes on until a zero byte, however long
@@ -65,11 +115,15 @@ class CKUtf8TxtFileType final : public SharedClassifier<CKUtf8TxtFileType> {
 
   std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) override {
     const Block block(rawBlock);
+    TextsOfBlock texts(block);
     for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
       if (fileOpen == 0) i = NextHead(*this, block, i);
       if (i == block.SectorCount()) break;
       const Sector sector = block[i];
-      if (IsHeadAt(*this, sector)) OpenText(block, sector);
+      if (IsHeadAt(*this, sector)) {
+        const std::size_t begin = static_cast<std::size_t>(i) * sector.Bytes().size() + kMarkSize;
+        OpenText(sector.Number(), texts.KindAt(begin));
+      }
       if (fileOpen != 0 && openRecord.hit.startSector != 0) CountBytes(sector);
     }
     return static_cast<std::uint32_t>(block.SectorCount());
@@ -78,12 +132,12 @@ class CKUtf8TxtFileType final : public SharedClassifier<CKUtf8TxtFileType> {
  private:
   /// A head that is sorted into no kind leaves an open text alone. Any other takes its place, and gives it its own
   /// kind.
-  void OpenText(const Block& block, const Sector& sector) {
-    textKind = KindOf(block, sector);
+  void OpenText(std::uint64_t startSector, std::uint32_t kind) {
+    textKind = kind;
     if (textKind == kNoUtf8Text) return;
     openRecord.code = textKind;
     if (openRecord.hit.size != 0) hits.push_back(openRecord);
-    openRecord.hit = {sector.Number(), 0};
+    openRecord.hit = {startSector, 0};
     fileOpen = 1;
   }
 
@@ -95,14 +149,6 @@ class CKUtf8TxtFileType final : public SharedClassifier<CKUtf8TxtFileType> {
     fileOpen = 0;
     if (openRecord.hit.size >= kMinimum) hits.push_back(openRecord);
     openRecord.hit = {};
-  }
-
-  static std::uint32_t KindOf(const Block& block, const Sector& sector) {
-    const auto first =
-        static_cast<std::size_t>(static_cast<std::int64_t>(sector.Bytes().data() - block.Data())) + kMarkSize;
-    const ByteView rest = ByteView(block.Data(), static_cast<std::size_t>(block.ByteCount())).subspan(first);
-    const TextParts parts{rest.first(Find(rest, Bytes("\0")).value_or(rest.size()))};
-    return *FirstCode(kUtf8List, [&parts](const KeywordTest& test) { return FindKeyword(test, parts); });
   }
 
   std::uint32_t fileOpen = 0;
