@@ -134,9 +134,9 @@ void KTxtFileType::PassOver(ByteView sector) {
 
 void KTxtFileType::CloseText() {
   if (static_cast<std::int64_t>(fileSize) >= kMinimum && textKind != kNoText) {
-    const bool tooLarge =
-        textKind<kFirstUncutKind&& static_cast<std::int64_t>(fileSize)> static_cast<std::int64_t>(maxFileSize);
-    hits.push_back({{fileStart, tooLarge ? maxFileSize : fileSize}, textKind});
+    const bool isCut = textKind < kFirstUncutKind;
+    const bool tooLarge = static_cast<std::int64_t>(fileSize) > static_cast<std::int64_t>(maxFileSize);
+    hits.push_back({{fileStart, isCut && tooLarge ? maxFileSize : fileSize}, textKind});
     textKind = kNoText;
   }
   fileOpen = 0;

@@ -15,7 +15,7 @@ const std::string kMark = "\xEF\xBB\xBF";
 class Utf8Text : public ::testing::Test {
  protected:
   FaceHits FeedAnyCut(const std::vector<std::string>& pieces, std::size_t sectorSize = 512) {
-    return faces_.FeedAnyCut(Sectors(pieces, sectorSize), sectorSize);
+    return faces.FeedAnyCut(Sectors(pieces, sectorSize), sectorSize);
   }
 
   /// The face that reports a text with this string behind the mark, or nothing.
@@ -26,7 +26,7 @@ class Utf8Text : public ::testing::Test {
     return hits.front().className;
   }
 
-  Faces faces_{kUtf8Faces};
+  Faces faces{kUtf8Faces};
 };
 
 std::string At(std::size_t offset, const std::string& text) { return std::string(offset, 'z') + text; }
@@ -77,8 +77,8 @@ TEST_F(Utf8Text, NewHeadGivesTheTextBeforeItsOwnKindWhateverItsSize) {
 
 TEST_F(Utf8Text, HeadOfNoKindLeavesTheOpenTextAlone) {
   // In blocks of one sector, so that the first text is sorted without the second's words.
-  faces_.Settle();
-  EXPECT_EQ(faces_.Feed(Sectors({kMark + "Public Sub" + At(499, ""), kMark + "<?xml"}), 512, {1}),
+  faces.Settle();
+  EXPECT_EQ(faces.Feed(Sectors({kMark + "Public Sub" + At(499, ""), kMark + "<?xml"}), 512, {1}),
             (FaceHits{{0, kBasic, 520}}));
 }
 
@@ -88,15 +88,15 @@ TEST_F(Utf8Text, XmlBringsNoText) {
 }
 
 TEST_F(Utf8Text, XmlBehindTheSectorCountsUpToTheNextZero) {
-  faces_.Settle();
-  EXPECT_EQ(faces_.Feed(Sectors({kMark + At(600, "<?xml")})), FaceHits{});
-  faces_.Settle();
-  EXPECT_EQ(faces_.Feed(Sectors({kMark + At(600, Literal("\0<?xml"))})), (FaceHits{{0, kText, 603}}));
+  faces.Settle();
+  EXPECT_EQ(faces.Feed(Sectors({kMark + At(600, "<?xml")})), FaceHits{});
+  faces.Settle();
+  EXPECT_EQ(faces.Feed(Sectors({kMark + At(600, Literal("\0<?xml"))})), (FaceHits{{0, kText, 603}}));
   // Nothing is seen behind the block.
-  faces_.Settle();
-  EXPECT_EQ(faces_.Feed(Sectors({kMark + At(600, "<?xml")}), 512, {1}), (FaceHits{{0, kText, 608}}));
-  faces_.Settle();
-  EXPECT_EQ(faces_.Feed(Sectors({kMark + At(507, "<?xml")}), 512, {1}), (FaceHits{{0, kText, 515}}));
+  faces.Settle();
+  EXPECT_EQ(faces.Feed(Sectors({kMark + At(600, "<?xml")}), 512, {1}), (FaceHits{{0, kText, 608}}));
+  faces.Settle();
+  EXPECT_EQ(faces.Feed(Sectors({kMark + At(507, "<?xml")}), 512, {1}), (FaceHits{{0, kText, 515}}));
 }
 
 TEST_F(Utf8Text, DoctypeAtOffset3BringsNoText) {
@@ -144,33 +144,33 @@ TEST_F(Utf8Text, OrderOfKinds) {
 }
 
 TEST_F(Utf8Text, AtTheDevicesFirstSectorItIsNotSeen) {
-  faces_.Settle();
-  EXPECT_EQ(faces_.FeedAt(0, Sectors({kMark + At(600, "")})), FaceHits{});
-  faces_.Settle();
-  EXPECT_EQ(faces_.FeedAt(0, Sectors({kMark + At(509, ""), At(512, ""), kMark + "abc"})), (FaceHits{{2, kText, 6}}));
+  faces.Settle();
+  EXPECT_EQ(faces.FeedAt(0, Sectors({kMark + At(600, "")})), FaceHits{});
+  faces.Settle();
+  EXPECT_EQ(faces.FeedAt(0, Sectors({kMark + At(509, ""), At(512, ""), kMark + "abc"})), (FaceHits{{2, kText, 6}}));
 }
 
 TEST_F(Utf8Text, OutlivesAResetOfTheFaces) {
-  faces_.Settle();
+  faces.Settle();
   const std::uint64_t first = UnusedSectors(2);
-  faces_.FeedAt(first, kMark + At(509, ""));
+  faces.FeedAt(first, kMark + At(509, ""));
   for (const std::string& name : kUtf8Faces) EXPECT_EQ(CreateDetector(std::string_view(name))->Reset(), 1);
-  EXPECT_EQ(faces_.FeedAt(first + 1, Sectors({"a"})), (FaceHits{{-1, kText, 513}}));
+  EXPECT_EQ(faces.FeedAt(first + 1, Sectors({"a"})), (FaceHits{{-1, kText, 513}}));
 }
 
 TEST_F(Utf8Text, BlockWithTheStartOfTheLastOneIsNotReadAgain) {
-  faces_.Settle();
+  faces.Settle();
   const std::uint64_t first = UnusedSectors(1);
-  EXPECT_EQ(faces_.FeedAt(first, Sectors({kMark + "abc"})), (FaceHits{{0, kText, 6}}));
-  EXPECT_EQ(faces_.FeedAt(first, Sectors({kMark + "abcd"})), (FaceHits{{0, kText, 6}}));
+  EXPECT_EQ(faces.FeedAt(first, Sectors({kMark + "abc"})), (FaceHits{{0, kText, 6}}));
+  EXPECT_EQ(faces.FeedAt(first, Sectors({kMark + "abcd"})), (FaceHits{{0, kText, 6}}));
 }
 
 TEST_F(Utf8Text, TextsWithoutEndDoNotMakeTheirSearchesGrow) {
   // Every sector begins a text that reaches to the block's end: the searches together must stay near the block's size.
   std::string bytes;
   for (int i = 0; i < 20000; ++i) bytes += kMark + At(509, "");
-  faces_.Settle();
-  EXPECT_EQ(faces_.Feed(bytes).size(), 19999U);
+  faces.Settle();
+  EXPECT_EQ(faces.Feed(bytes).size(), 19999U);
 }
 
 }  // namespace

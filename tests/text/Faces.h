@@ -18,7 +18,7 @@ struct FaceHit {
   std::int64_t sector;
   std::string className;
   std::uint64_t size;
-  auto operator<=>(const FaceHit&) const = default;
+  auto operator<=>(const FaceHit&) const = default;  // NOLINT(modernize-use-nullptr): clang-tidy 14 errs here.
 };
 using FaceHits = std::vector<FaceHit>;
 std::ostream& operator<<(std::ostream& out, const FaceHit& hit);

@@ -6,7 +6,6 @@
 namespace qzmtraw {
 namespace {
 
-using test::Hit;
 using test::Hits;
 
 /// What no face reaches: the classifier's texts, and its Reset.
@@ -18,24 +17,30 @@ class TextClassifier : public ::testing::Test {
     const RawSectorBlock block{sector, reinterpret_cast<std::uint8_t*>(bytes.data()), 1,
                                static_cast<std::int32_t>(sectorSize), nullptr};
     test::RecordingSink sink;
-    classifier_.Lookup(&block, &sink, kind);
+    classifier.Lookup(&block, &sink, kind);
     return sink.Found();
   }
 
-  KTxtFileType classifier_;
+  KTxtFileType classifier;
 };
 
 TEST_F(TextClassifier, HasTextsOfItsOwn) {
   char buffer[16] = {};
-  classifier_.GetDescription(buffer, sizeof buffer);
+  classifier.GetDescription(buffer, sizeof buffer);
   EXPECT_STREQ(buffer, "text file");
-  classifier_.GetExtension(buffer, sizeof buffer);
+  classifier.GetExtension(buffer, sizeof buffer);
   EXPECT_STREQ(buffer, "txt");
 }
 
 TEST_F(TextClassifier, StartsWithoutAKind) {
   EXPECT_EQ(Feed(0, "070707" + std::string(300, 'z')), Hits{});
   EXPECT_EQ(Feed(1, std::string(300, 'z')), (Hits{{1, 300}}));
+}
+
+TEST_F(TextClassifier, RemembersTheKindLeftBehindWhenSectorsGrow) {
+  Feed(1, "Type=");
+  Feed(2, "", kPlainText, 1 << 20);
+  EXPECT_EQ(Feed(3, "070707" + std::string(300, 'z'), kVisualBasicProject), (Hits{{3, 306}}));
 }
 
 TEST_F(TextClassifier, TakesABlockAtTheLastSectorForRead) {
@@ -47,41 +52,41 @@ TEST_F(TextClassifier, ReportsUndecidedTextsToNoFace) {
 }
 
 TEST_F(TextClassifier, ResetClosesTheTextAndPutsTheLimitBack) {
-  classifier_.SetMaxFileSize(400);
+  classifier.SetMaxFileSize(400);
   Feed(1, std::string(512, 'z'));
   EXPECT_EQ(Feed(2, std::string("z")), (Hits{{1, 400}}));
   Feed(3, std::string(512, 'z'));
-  classifier_.Reset();
+  classifier.Reset();
   EXPECT_EQ(Feed(4, std::string(1, '\0')), Hits{});
   EXPECT_EQ(Feed(5, std::string(500, 'z')), (Hits{{5, 500}}));
 }
 
 TEST_F(TextClassifier, ResetForgetsTheLastBlock) {
   EXPECT_EQ(Feed(1, std::string(300, 'z')), (Hits{{1, 300}}));
-  classifier_.Reset();
+  classifier.Reset();
   EXPECT_EQ(Feed(1, std::string(301, 'z')), (Hits{{1, 301}}));
 }
 
 TEST_F(TextClassifier, ResetForgetsTheBytesOfADroppedText) {
   Feed(1, "/*" + std::string(510, 'z'));
   Feed(2, "z");
-  classifier_.Reset();
+  classifier.Reset();
   EXPECT_EQ(Feed(3, std::string(300, 'z')), (Hits{{3, 300}}));
 }
 
 TEST_F(TextClassifier, ResetLeavesTheKindBehind) {
   Feed(1, "Type=");
-  classifier_.Reset();
+  classifier.Reset();
   EXPECT_EQ(Feed(2, "070707" + std::string(300, 'z'), kVisualBasicProject), (Hits{{2, 306}}));
   Feed(3, "/*");
-  classifier_.Reset();
+  classifier.Reset();
   EXPECT_EQ(Feed(4, std::string(300, 'z')), Hits{});
 }
 
 TEST_F(TextClassifier, ScansAfterAReset) {
   Feed(1, "z");
-  classifier_.Reset();
-  classifier_.Reset();
+  classifier.Reset();
+  classifier.Reset();
   EXPECT_EQ(Feed(2, std::string(300, 'z')), (Hits{{2, 300}}));
 }
 

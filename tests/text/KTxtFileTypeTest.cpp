@@ -29,17 +29,20 @@ const std::string kPlain = "CKNewTxtFileType";
 const std::string kCSource = "CKSrcCFileType";
 
 /// Text that shows nothing.
-std::string Words(std::size_t size) { return std::string(size, 'z'); }
+std::string Words(std::size_t size) {
+  std::string words(size, 'z');
+  return words;
+}
 /// A text of 300 bytes with this beginning.
 std::string Long(const std::string& beginning) { return beginning + Words(300 - beginning.size()); }
 
 class PlainText : public ::testing::Test {
  protected:
   FaceHits FeedAnyCut(const std::vector<std::string>& pieces, std::size_t sectorSize = 512) {
-    return faces_.FeedAnyCut(Sectors(pieces, sectorSize), sectorSize);
+    return faces.FeedAnyCut(Sectors(pieces, sectorSize), sectorSize);
   }
 
-  Faces faces_{kTextFaces};
+  Faces faces{kTextFaces};
 };
 
 TEST_F(PlainText, TextOf256BytesIsReportedOneOf255IsNot) {
@@ -79,10 +82,10 @@ TEST_F(PlainText, TextThatFillsItsLastSectorEndsAtTheNext) {
 TEST_F(PlainText, TextOpenAtTheEndIsNotReported) { EXPECT_EQ(FeedAnyCut({Words(1024)}), FaceHits{}); }
 
 TEST_F(PlainText, TextGoesOnInALaterBlockWhereverThatIs) {
-  faces_.Settle();
-  EXPECT_EQ(faces_.FeedAt(UnusedSectors(1000), Words(512)), FaceHits{});
+  faces.Settle();
+  EXPECT_EQ(faces.FeedAt(UnusedSectors(1000), Words(512)), FaceHits{});
   const std::uint64_t later = UnusedSectors(1000);
-  EXPECT_EQ(faces_.FeedAt(later, Sectors({Words(10)})), (FaceHits{{-1000, kPlain, 522}}));
+  EXPECT_EQ(faces.FeedAt(later, Sectors({Words(10)})), (FaceHits{{-1000, kPlain, 522}}));
 }
 
 TEST_F(PlainText, StartsByItsFirstTwoBytes) {
@@ -99,8 +102,8 @@ TEST_F(PlainText, StartsByItsFirstTwoBytes) {
       text[0] = static_cast<char>(first);
       text[1] = static_cast<char>(second);
       const FaceHits expected = starts(first, second) ? FaceHits{{0, kPlain, 300}} : FaceHits{};
-      faces_.Settle();
-      EXPECT_EQ(faces_.Feed(Sectors({text})), expected) << first << ", " << second;
+      faces.Settle();
+      EXPECT_EQ(faces.Feed(Sectors({text})), expected) << first << ", " << second;
     }
   }
 }
@@ -111,9 +114,9 @@ TEST_F(PlainText, GoesOnByTheFirstByteOfItsNextSectors) {
         first == '\t' || first == '\n' || first == '\r' || (first >= 0x20 && first <= 0xFD && first != 0xEF);
     std::string next = Words(300);
     next[0] = static_cast<char>(first);
-    faces_.Settle();
+    faces.Settle();
     // A sector that ends a text isn't taken for the start of another.
-    EXPECT_EQ(faces_.Feed(Sectors({Words(512), next})), (FaceHits{{0, kPlain, goesOn ? 812U : 512U}})) << first;
+    EXPECT_EQ(faces.Feed(Sectors({Words(512), next})), (FaceHits{{0, kPlain, goesOn ? 812U : 512U}})) << first;
   }
 }
 
@@ -122,8 +125,8 @@ TEST_F(PlainText, EndsAtTheFirstByteThatNoTextHas) {
     const bool isText = byte == '\t' || byte == '\n' || byte == '\r' || (byte >= 0x20 && byte != 0xFF);
     std::string text = Words(400);
     text[300] = static_cast<char>(byte);
-    faces_.Settle();
-    EXPECT_EQ(faces_.Feed(Sectors({text})), (FaceHits{{0, kPlain, isText ? 400U : 300U}})) << byte;
+    faces.Settle();
+    EXPECT_EQ(faces.Feed(Sectors({text})), (FaceHits{{0, kPlain, isText ? 400U : 300U}})) << byte;
   }
 }
 
@@ -153,10 +156,10 @@ TEST_F(PlainText, LaterSectorsDoNotChangeTheKind) {
 TEST_F(PlainText, SecondByteMayStandInTheNextSector) {
   // Sectors of one byte: the byte behind the block's last one doesn't exist.
   const std::string text = "\xC4\xE3" + Words(298) + Literal("\0");
-  faces_.Settle();
-  EXPECT_EQ(faces_.Feed(text, 1), (FaceHits{{0, kPlain, 300}}));
-  faces_.Settle();
-  EXPECT_EQ(faces_.Feed(text, 1, {1}), (FaceHits{{2, kPlain, 298}}));
+  faces.Settle();
+  EXPECT_EQ(faces.Feed(text, 1), (FaceHits{{0, kPlain, 300}}));
+  faces.Settle();
+  EXPECT_EQ(faces.Feed(text, 1, {1}), (FaceHits{{2, kPlain, 298}}));
 }
 
 TEST_F(PlainText, HeadsNeedTheirBytesInTheSector) {
@@ -226,8 +229,8 @@ TEST_F(KindLeftBehind, ReportedTextLeavesNone) {
 }
 
 TEST_F(KindLeftBehind, ShortTextAcrossSectorsLeavesItsKind) {
-  faces_.Settle();
-  EXPECT_EQ(faces_.Feed(Sectors({"Type=" + Words(200), Long("070707"), Literal("\0")}, 100), 100),
+  faces.Settle();
+  EXPECT_EQ(faces.Feed(Sectors({"Type=" + Words(200), Long("070707"), Literal("\0")}, 100), 100),
             (FaceHits{{3, "CKVbpFileType", 300}}));
 }
 
@@ -256,72 +259,72 @@ TEST_F(KindLeftBehind, OtherNumbersAreOrdinaryText) {
 
 TEST_F(KindLeftBehind, IsRememberedFromBlockToBlockWhateverTheirSectors) {
   const std::string header = Sectors({Long("070707")});
-  faces_.Settle();
-  faces_.Feed(Sectors({"Type="}));
-  faces_.Feed(Sectors({Literal("\0"), "\xFF"}, 2048), 2048);
-  EXPECT_EQ(faces_.Feed(header), (FaceHits{{0, "CKVbpFileType", 300}}));
-  faces_.Settle();
-  faces_.Feed(Sectors({Words(100) + "[InternetShortcut]"}, 4096), 4096);
-  faces_.Feed(Sectors({Literal("\0"), "\xFF"}, 16), 16);
-  EXPECT_EQ(faces_.Feed(header), (FaceHits{{0, "CKIEUrlFileType", 300}}));
+  faces.Settle();
+  faces.Feed(Sectors({"Type="}));
+  faces.Feed(Sectors({Literal("\0"), "\xFF"}, 2048), 2048);
+  EXPECT_EQ(faces.Feed(header), (FaceHits{{0, "CKVbpFileType", 300}}));
+  faces.Settle();
+  faces.Feed(Sectors({Words(100) + "[InternetShortcut]"}, 4096), 4096);
+  faces.Feed(Sectors({Literal("\0"), "\xFF"}, 16), 16);
+  EXPECT_EQ(faces.Feed(header), (FaceHits{{0, "CKIEUrlFileType", 300}}));
 }
 
 TEST_F(KindLeftBehind, IsRememberedAfterAResetOfTheFaces) {
-  faces_.Settle();
-  faces_.Feed(Sectors({"Type="}));
+  faces.Settle();
+  faces.Feed(Sectors({"Type="}));
   for (const std::string& name : kTextFaces) {
     const Detector face = CreateDetector(std::string_view(name));
     EXPECT_EQ(face->Reset(), 1);
     EXPECT_EQ(face->ResetLight(), 1);
     EXPECT_EQ(face->ResetFull(), 1);
   }
-  EXPECT_EQ(faces_.Feed(Sectors({Long("070707")})), (FaceHits{{0, "CKVbpFileType", 300}}));
+  EXPECT_EQ(faces.Feed(Sectors({Long("070707")})), (FaceHits{{0, "CKVbpFileType", 300}}));
 }
 
 // --- The undecided kind ---
 
 class UndecidedText : public PlainText {
  protected:
-  const std::string openComment_ = "/*" + Words(510);
+  const std::string openComment = "/*" + Words(510);
 };
 
 TEST_F(UndecidedText, NextSectorDecides) {
-  EXPECT_EQ(FeedAnyCut({openComment_, "#include <a>" + Words(88)}), (FaceHits{{0, kCSource, 612}}));
-  EXPECT_EQ(FeedAnyCut({openComment_, "IN;\r\n" + Words(95)}), (FaceHits{{0, "CKGPltFileType", 612}}));
-  EXPECT_EQ(FeedAnyCut({openComment_, "/* */" + Words(95)}), (FaceHits{{0, kPlain, 612}}));
-  EXPECT_EQ(FeedAnyCut({openComment_, "//" + Words(98)}), (FaceHits{{0, kPlain, 612}}));
+  EXPECT_EQ(FeedAnyCut({openComment, "#include <a>" + Words(88)}), (FaceHits{{0, kCSource, 612}}));
+  EXPECT_EQ(FeedAnyCut({openComment, "IN;\r\n" + Words(95)}), (FaceHits{{0, "CKGPltFileType", 612}}));
+  EXPECT_EQ(FeedAnyCut({openComment, "/* */" + Words(95)}), (FaceHits{{0, kPlain, 612}}));
+  EXPECT_EQ(FeedAnyCut({openComment, "//" + Words(98)}), (FaceHits{{0, kPlain, 612}}));
 }
 
 TEST_F(UndecidedText, StaysUndecidedFromCommentToComment) {
-  EXPECT_EQ(FeedAnyCut({openComment_, openComment_, openComment_, "#include <a>" + Words(88)}),
+  EXPECT_EQ(FeedAnyCut({openComment, openComment, openComment, "#include <a>" + Words(88)}),
             (FaceHits{{0, kCSource, 3 * 512 + 100}}));
 }
 
 TEST_F(UndecidedText, DecidedKindStays) {
-  EXPECT_EQ(FeedAnyCut({openComment_, "#include <a>" + Words(500), Words(512), "import java"}),
+  EXPECT_EQ(FeedAnyCut({openComment, "#include <a>" + Words(500), Words(512), "import java"}),
             (FaceHits{{0, kCSource, 3 * 512 + 11}}));
 }
 
 TEST_F(UndecidedText, CpioHeaderLeavesItUndecided) {
-  EXPECT_EQ(FeedAnyCut({openComment_, "070707" + Words(506), "#include <a>"}), (FaceHits{{0, kCSource, 1036}}));
+  EXPECT_EQ(FeedAnyCut({openComment, "070707" + Words(506), "#include <a>"}), (FaceHits{{0, kCSource, 1036}}));
 }
 
 TEST_F(UndecidedText, EndReachesNoFace) {
-  EXPECT_EQ(FeedAnyCut({openComment_}), FaceHits{});
-  EXPECT_EQ(FeedAnyCut({openComment_, Literal("\0")}), FaceHits{});
+  EXPECT_EQ(FeedAnyCut({openComment}), FaceHits{});
+  EXPECT_EQ(FeedAnyCut({openComment, Literal("\0")}), FaceHits{});
   EXPECT_EQ(FeedAnyCut({"/*" + Words(298)}), FaceHits{});
   // It was recorded, though, and so left no kind behind.
-  EXPECT_EQ(FeedAnyCut({openComment_, Literal("\0"), Words(300)}), (FaceHits{{2, kPlain, 300}}));
-  EXPECT_EQ(FeedAnyCut({openComment_, Literal("\0"), Long("070707")}), FaceHits{});
+  EXPECT_EQ(FeedAnyCut({openComment, Literal("\0"), Words(300)}), (FaceHits{{2, kPlain, 300}}));
+  EXPECT_EQ(FeedAnyCut({openComment, Literal("\0"), Long("070707")}), FaceHits{});
 }
 
 TEST_F(UndecidedText, PlainWordsDropItAndTheNextTextInheritsItsBytes) {
-  EXPECT_EQ(FeedAnyCut({openComment_, Words(100), Words(300)}), (FaceHits{{2, kPlain, 812}}));
-  EXPECT_EQ(FeedAnyCut({openComment_, openComment_, Words(512), Words(300)}), (FaceHits{{3, kPlain, 1324}}));
+  EXPECT_EQ(FeedAnyCut({openComment, Words(100), Words(300)}), (FaceHits{{2, kPlain, 812}}));
+  EXPECT_EQ(FeedAnyCut({openComment, openComment, Words(512), Words(300)}), (FaceHits{{3, kPlain, 1324}}));
 }
 
 TEST_F(UndecidedText, InheritedBytesMakeAShortTextLongEnough) {
-  EXPECT_EQ(FeedAnyCut({openComment_, Words(1), "zz", "zz"}), (FaceHits{{2, kPlain, 514}}));
+  EXPECT_EQ(FeedAnyCut({openComment, Words(1), "zz", "zz"}), (FaceHits{{2, kPlain, 514}}));
   EXPECT_EQ(FeedAnyCut({"/*" + Words(198), "zz"}, 100), FaceHits{});
   EXPECT_EQ(FeedAnyCut({"/*" + Words(98), "z", Words(155) + Literal("\0")}, 100), FaceHits{});
   EXPECT_EQ(FeedAnyCut({"/*" + Words(98), "z", Words(156) + Literal("\0")}, 100), (FaceHits{{2, kPlain, 256}}));
@@ -329,12 +332,12 @@ TEST_F(UndecidedText, InheritedBytesMakeAShortTextLongEnough) {
 
 TEST_F(UndecidedText, InheritedBytesWaitForATextThatOpens) {
   // Neither what isn't a candidate nor what belongs to no kind ends the count.
-  EXPECT_EQ(FeedAnyCut({openComment_, Words(1), Literal("\0"), "-ab", "VCPCH0", "070707", Words(300)}),
+  EXPECT_EQ(FeedAnyCut({openComment, Words(1), Literal("\0"), "-ab", "VCPCH0", "070707", Words(300)}),
             (FaceHits{{6, kPlain, 812}}));
 }
 
 TEST_F(UndecidedText, InheritedBytesAreCutWithTheRest) {
-  std::vector<std::string> pieces(128, openComment_);
+  std::vector<std::string> pieces(128, openComment);
   pieces.insert(pieces.end(), {Words(1), "zz"});
   EXPECT_EQ(FeedAnyCut(pieces), (FaceHits{{129, kPlain, 65536}}));
 }
@@ -368,31 +371,31 @@ TEST_F(UndecidedText, ShortOneMakesACpioHeaderUndecided) {
 // --- The lookup ---
 
 TEST_F(PlainText, BlockWithTheStartOfTheLastOneIsNotReadAgain) {
-  faces_.Settle();
+  faces.Settle();
   const std::uint64_t first = UnusedSectors(10);
   const FaceHits hits = {{0, kPlain, 300}};
-  EXPECT_EQ(faces_.FeedAt(first, Sectors({Words(300)})), hits);
-  EXPECT_EQ(faces_.FeedAt(first, Sectors({Long("Type=")})), hits);
-  EXPECT_EQ(faces_.FeedAt(first + 1, Sectors({Long("Type=")})), (FaceHits{{0, "CKVbpFileType", 300}}));
+  EXPECT_EQ(faces.FeedAt(first, Sectors({Words(300)})), hits);
+  EXPECT_EQ(faces.FeedAt(first, Sectors({Long("Type=")})), hits);
+  EXPECT_EQ(faces.FeedAt(first + 1, Sectors({Long("Type=")})), (FaceHits{{0, "CKVbpFileType", 300}}));
 }
 
 TEST_F(PlainText, EmptyBlockCountsAsRead) {
-  faces_.Settle();
+  faces.Settle();
   const std::uint64_t first = UnusedSectors(10);
   const RawSectorBlock empty{first, nullptr, 0, 512, nullptr};
   RecordingSink sink;
   CreateDetector(kPlain)->Scan(&empty, &sink);
-  EXPECT_EQ(faces_.FeedAt(first, Sectors({Words(300)})), FaceHits{});
+  EXPECT_EQ(faces.FeedAt(first, Sectors({Words(300)})), FaceHits{});
 }
 
 TEST_F(PlainText, SectorWithoutMemoryForItsCopyIsPassedOver) {
   constexpr std::size_t kSectorSize = 3000000;  // More than any test had before.
   const std::string text = Sectors({Words(300)}, kSectorSize);
-  faces_.Settle();
+  faces.Settle();
   memoryIsShort = true;
-  EXPECT_EQ(faces_.Feed(text, kSectorSize), FaceHits{});
+  EXPECT_EQ(faces.Feed(text, kSectorSize), FaceHits{});
   memoryIsShort = false;
-  EXPECT_EQ(faces_.Feed(text, kSectorSize), (FaceHits{{0, kPlain, 300}}));
+  EXPECT_EQ(faces.Feed(text, kSectorSize), (FaceHits{{0, kPlain, 300}}));
 }
 
 // --- A second opinion ---
@@ -472,8 +475,10 @@ class Pieces {
                                                     "\x01",
                                                     Literal("\0")};
     switch (Below(8)) {
-      case 0:
-        return std::string(size, '\0');
+      case 0: {
+        std::string zeros(size, '\0');
+        return zeros;
+      }
       case 1:
         return Noise(size);
       case 2:
@@ -564,7 +569,7 @@ TEST(PlainTextBothWays, AgreeOnNoise) {
   Pieces pieces(1);
   std::mt19937 random(1);
   std::string noise;
-  while (noise.size() < 512 * 4000) noise += static_cast<char>(random());
+  while (noise.size() < std::size_t{512} * 4000) noise += static_cast<char>(random());
   both.Feed(noise, 512, pieces);
 }
 

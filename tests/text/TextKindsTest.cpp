@@ -31,14 +31,14 @@ class TextKinds : public ::testing::Test {
   /// The face that reports a text of one sector of 512 bytes with this beginning, or nothing.
   std::string KindOf(std::string text) {
     text.resize(512, 'z');
-    faces_.Settle();
-    const FaceHits hits = faces_.Feed(Sectors({text, Literal("\0")}));
+    faces.Settle();
+    const FaceHits hits = faces.Feed(Sectors({text, Literal("\0")}));
     if (hits.empty()) return kNothing;
     EXPECT_EQ(hits, (FaceHits{{0, hits.front().className, 512}}));
     return hits.front().className;
   }
 
-  Faces faces_{kTextFaces};
+  Faces faces{kTextFaces};
 };
 
 TEST_F(TextKinds, TextThatShowsNothingIsPlain) {
@@ -73,8 +73,8 @@ TEST_F(TextKinds, CertificateCountsFromOffset278On) {
 
 TEST_F(TextKinds, CertificateNeedsToLieInTheSector) {
   const auto inSectorsOf = [this](std::size_t size, const std::string& text) {
-    faces_.Settle();
-    return faces_.Feed(Sectors({text + Literal("\0")}, size), size);
+    faces.Settle();
+    return faces.Feed(Sectors({text + Literal("\0")}, size), size);
   };
   const std::string text = At(278, "ESET Update Signing Certificate");
   EXPECT_EQ(inSectorsOf(278, text), (FaceHits{{0, kPlain, 309}}));
