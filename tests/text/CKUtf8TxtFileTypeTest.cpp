@@ -1,5 +1,9 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <map>
+#include <random>
+
 #include "tests/text/Faces.h"
 
 namespace qzmtraw::test {
@@ -171,6 +175,105 @@ TEST_F(Utf8Text, TextsWithoutEndDoNotMakeTheirSearchesGrow) {
   for (int i = 0; i < 20000; ++i) bytes += kMark + At(509, "");
   faces.Settle();
   EXPECT_EQ(faces.Feed(bytes).size(), 19999U);
+}
+
+/// The rules step by step, each text sorted by searches of its own.
+class LiteralUtf8Text {
+ public:
+  /// The hits of a block.
+  FaceHits Scan(const std::string& block, std::size_t sectorSize, std::uint64_t startSector) {
+    FaceHits hits;
+    const auto append = [&] {
+      static const std::map<int, std::string> kNames = {
+          {1, kText}, {2, kCSharp}, {4, kBasic}, {5, kAspNet}, {6, kSolution}};
+      hits.push_back({static_cast<std::int64_t>(start_ - startSector), kNames.at(code_), size_});
+    };
+    for (std::size_t i = 0; i < block.size() / sectorSize; ++i) {
+      const std::string sector = block.substr(i * sectorSize, sectorSize);
+      if (sectorSize >= 51 && sector.substr(0, 3) == kMark) {
+        const int code = CodeOf(block.substr(i * sectorSize + 3));
+        if (code != 0) {
+          code_ = code;
+          if (size_ != 0) append();
+          start_ = startSector + i;
+          size_ = 0;
+          open_ = true;
+        }
+      }
+      if (!open_ || start_ == 0) continue;
+      const std::size_t zero = sector.find('\0');
+      size_ += std::min(zero, sectorSize);
+      if (zero == std::string::npos) continue;
+      open_ = false;
+      if (size_ >= 6) append();
+      start_ = size_ = 0;
+    }
+    std::sort(hits.begin(), hits.end());
+    return hits;
+  }
+
+ private:
+  static int CodeOf(const std::string& rest) {
+    const std::string s = rest.substr(0, rest.find('\0'));
+    const auto contains = [&](const char* literal) { return s.find(literal) != std::string::npos; };
+    if (contains("<?xml")) return 0;
+    if (s.find("<!DOCTYPE ") == 3) return 0;
+    if (s.find("using System") < 200 && contains("class ")) return 2;
+    for (const char* word : {"<%@LANGUAGE=", "<%@ Page", "<%@ Import Namespace", "<%@ OutputCache", "<%@ Register",
+                             "<%@ Implements Interface"}) {
+      if (contains(word)) return 5;
+    }
+    for (const char* word : {"Private Sub", "Public Class", "Public Sub", "Private Class"}) {
+      if (contains(word)) return 4;
+    }
+    return s.find("Microsoft Visual Studio Solution File, Format Version") == 2 ? 6 : 1;
+  }
+
+  bool open_ = false;
+  std::uint64_t start_ = 0;
+  std::uint64_t size_ = 0;
+  int code_ = 0;
+};
+
+TEST_F(Utf8Text, AgreesWithTheRulesTakenStepByStep) {
+  const std::vector<std::string> words = {"<?xml",
+                                          "using System",
+                                          "class ",
+                                          "<%@ Page",
+                                          "<%@ Register",
+                                          "Private Sub",
+                                          "Public Class",
+                                          "abc",
+                                          Literal("\0"),
+                                          Literal("\0"),
+                                          "\xEF\xBB\xBF",
+                                          "\r\n<!DOCTYPE ",
+                                          "\r\nMicrosoft Visual Studio Solution File, Format Version"};
+  faces.Settle();
+  LiteralUtf8Text rules;
+  std::size_t found = 0;
+  for (std::uint32_t seed = 0; seed < 3000; ++seed) {
+    std::mt19937 random(seed);
+    const std::size_t sectorSize = 49 + random() % 80;
+    const std::size_t sectorCount = 1 + random() % 12;
+    std::string block;
+    while (block.size() < sectorCount * sectorSize) {
+      std::string sector = random() % 2 == 0 ? kMark : "";
+      if (random() % 3 == 0) sector += words[random() % words.size()];
+      sector.resize(sectorSize, 'z');
+      if (random() % 3 == 0) {
+        const std::string& word = words[random() % words.size()];
+        const std::size_t offset = 5 + random() % (sectorSize - 5);
+        sector.replace(offset, std::min(word.size(), sectorSize - offset), word, 0, sectorSize - offset);
+      }
+      block += sector;
+    }
+    const std::uint64_t start = UnusedSectors(sectorCount);
+    const FaceHits expected = rules.Scan(block, sectorSize, start);
+    ASSERT_EQ(faces.FeedAt(start, block, sectorSize), expected) << "seed " << seed;
+    found += expected.size();
+  }
+  EXPECT_GT(found, 3000U);
 }
 
 }  // namespace
