@@ -9,6 +9,7 @@ namespace qzmtraw {
 /// Exports of the Windows registry in UTF-16, "Windows Registry Editor Version 5.00". Two zero bytes end the file,
 /// wherever they stand: behind a line feed they are its high byte and the first byte that isn't the file's. A start of
 /// 0 stands for no file, so one at the device's first sector isn't seen.
+// NOLINTNEXTLINE(readability-identifier-naming): the name that the table has.
 class CKOReg_UFileType final : public Detector<CKOReg_UFileType> {
  public:
   static constexpr auto kHead = At(0, "\xFF\xFE") && At(2, Utf16("Windows Registry"));

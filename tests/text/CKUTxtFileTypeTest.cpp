@@ -116,7 +116,7 @@ TEST(CKUTxtFileType, IsNotCut) {
   detector->SetMaxFileSize(100);
   Device device(300, 4096);
   device.Put(kFirst, Marked("ten units.")).Put(kFirst + 299, kEnd);
-  EXPECT_EQ(Scan(*detector, device), (Hits{{kFirst, 299 * 4096}}));
+  EXPECT_EQ(Scan(*detector, device), (Hits{{kFirst, std::uint64_t{299} * 4096}}));
 }
 
 }  // namespace
