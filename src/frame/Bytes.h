@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <cstring>
 #include <span>
+#include <string_view>
 
 namespace qzmtraw {
 
@@ -33,6 +34,19 @@ consteval ByteString<kLength - 1> Bytes(const char (&literal)[kLength]) {
   ByteString<kLength - 1> string;
   for (std::size_t i = 0; i + 1 < kLength; ++i) string.bytes[i] = static_cast<std::uint8_t>(literal[i]);
   return string;
+}
+
+/// The characters of an ASCII literal as a file in UTF-16 holds them, least significant byte first.
+template <std::size_t kLength>
+consteval ByteString<2 * (kLength - 1)> Utf16(const char (&literal)[kLength]) {
+  ByteString<2 * (kLength - 1)> string;
+  for (std::size_t i = 0; i + 1 < kLength; ++i) string.bytes[2 * i] = static_cast<std::uint8_t>(literal[i]);
+  return string;
+}
+
+/// The bytes of a text, which must outlive the view.
+inline ByteView AsBytes(std::string_view text) {
+  return {reinterpret_cast<const std::uint8_t*>(text.data()), text.size()};
 }
 
 /// A number of T's width, most significant byte first, from `bytes`, which need no alignment.

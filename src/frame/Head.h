@@ -121,6 +121,12 @@ consteval StringAt<kLength - 1> At(std::int32_t offset, const char (&literal)[kL
   return {{}, offset, Bytes(literal)};
 }
 
+/// A byte string at `offset` of the sector.
+template <std::size_t kLength>
+consteval StringAt<kLength> At(std::int32_t offset, const ByteString<kLength>& string) {
+  return {{}, offset, string};
+}
+
 template <std::derived_from<HeadExpression> Left, std::derived_from<HeadExpression> Right>
 consteval Both<Left, Right> operator&&(Left left, Right right) {
   return {{}, left, right};

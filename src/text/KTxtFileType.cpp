@@ -1,0 +1,177 @@
+#include "text/KTxtFileType.h"
+
+#include <algorithm>
+#include <array>
+#include <new>
+
+#include "text/LeadingCount.h"
+
+namespace qzmtraw {
+namespace {
+
+constexpr bool IsBlank(std::uint8_t byte) { return byte == '\t' || byte == '\n' || byte == '\r'; }
+
+/// Bytes that a text may hold.
+constexpr bool IsBodyByte(std::uint8_t byte) { return (byte >= 0x20 && byte <= 0xFE) || IsBlank(byte); }
+
+/// Bytes with which a sector of a text may begin: not those of a byte order mark.
+constexpr bool IsFirstByte(std::uint8_t byte) { return IsBodyByte(byte) && byte != 0xEF && byte != 0xFE; }
+
+/// Bytes with which no text begins, though a later sector of it may: punctuation.
+constexpr bool NeverStarts(std::uint8_t byte) {
+  return (byte >= 0x21 && byte <= 0x2E && byte != '#') || (byte >= 0x3D && byte <= 0x3F);
+}
+
+/// What a sector's first byte says about a text that would begin there.
+enum class Start : std::uint8_t {
+  kNever,
+  kAlways,
+  /// The byte is the first half of a double-byte character: see EndsDoubleByte.
+  kAsDoubleByte,
+};
+
+constexpr std::array<Start, 256> kStartByFirstByte = [] {
+  std::array<Start, 256> starts{};
+  for (unsigned value = 0; value < starts.size(); ++value) {
+    const auto byte = static_cast<std::uint8_t>(value);
+    if (!IsFirstByte(byte) || NeverStarts(byte)) {
+      starts[byte] = Start::kNever;
+    } else {
+      starts[byte] = byte > 0x80 ? Start::kAsDoubleByte : Start::kAlways;
+    }
+  }
+  return starts;
+}();
+
+constexpr bool EndsDoubleByte(std::uint8_t first, std::uint8_t second) {
+  return second != first && second >= 0xB0 && second <= 0xF7;
+}
+
+bool MayStartText(const Sector& sector) {
+  const std::uint8_t first = sector.U8(0);
+  switch (kStartByFirstByte[first]) {
+    case Start::kNever:
+      return false;
+    case Start::kAlways:
+      return true;
+    case Start::kAsDoubleByte:
+      return EndsDoubleByte(first, sector.U8(1));
+  }
+  return false;
+}
+
+/// The index of the block's first sector from `index` on at which a text may start, or the number of sectors.
+std::int32_t NextPossibleStart(const Block& block, std::int32_t index) {
+  while (index < block.SectorCount() && !MayStartText(block[index])) ++index;
+  return index;
+}
+
+}  // namespace
+
+std::int32_t KTxtFileType::Reset() {
+  SettleKind();
+  sectorBuffer.reset();
+  bufferSize_ = 0;
+  fileOpen = 0;
+  fileStart = 0;
+  fileSize = 0;
+  maxFileSize = kDefaultMaxFileSize;
+  hits.clear();
+  cacheKey = kFirstKey;
+  return 1;
+}
+
+std::uint32_t KTxtFileType::Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) {
+  const Block block(rawBlock);
+  if (!MakeRoom(static_cast<std::size_t>(block.SectorSize()))) return 0;
+  for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
+    if (fileOpen == 0) i = NextPossibleStart(block, i);
+    if (i < block.SectorCount()) ScanSector(block[i]);
+  }
+  KeepPutOff();
+  return static_cast<std::uint32_t>(block.SectorCount());
+}
+
+void KTxtFileType::ScanSector(const Sector& sector) {
+  const ByteView bytes = sector.Bytes();
+  if (!IsFirstByte(bytes.front())) {
+    CloseText();
+    return;
+  }
+  const std::size_t length = LeadingCount(bytes.size(), [bytes](std::size_t i) { return IsBodyByte(bytes[i]); });
+  const bool endsHere = length < bytes.size();
+  if (fileOpen == 0) {
+    if (endsHere && fileSize == 0 && length < kMinimum) {
+      PassOver(bytes);
+      return;
+    }
+    ClassifySector(bytes);
+    if (textKind == kNoText) return;
+    fileOpen = 1;
+    fileStart = sector.Number();
+  } else if (textKind == kUndecided) {
+    ClassifySector(bytes);
+    if (textKind == kNoText) {
+      // The bytes counted so far stay, and enter the size of the next text.
+      fileOpen = 0;
+      fileStart = 0;
+      return;
+    }
+  }
+  fileSize += length;
+  if (endsHere) CloseText();
+}
+
+void KTxtFileType::PassOver(ByteView sector) {
+  if (IsCpioHeader(sector)) return;
+  if (OpensComment(sector)) {
+    ClassifySector(sector);
+    return;
+  }
+  textKind = IsUndecided() ? kUndecided : kNoText;
+  putOff_ = sector;
+}
+
+void KTxtFileType::CloseText() {
+  if (static_cast<std::int64_t>(fileSize) >= kMinimum && textKind != kNoText) {
+    const bool isCut = textKind < kFirstUncutKind;
+    const bool tooLarge = static_cast<std::int64_t>(fileSize) > static_cast<std::int64_t>(maxFileSize);
+    hits.push_back({{fileStart, isCut && tooLarge ? maxFileSize : fileSize}, textKind});
+    textKind = kNoText;
+  }
+  fileOpen = 0;
+  fileSize = 0;
+}
+
+void KTxtFileType::ClassifySector(ByteView sector) {
+  if (IsCpioHeader(sector)) {
+    SettleKind();
+    return;
+  }
+  textKind = TextKindOf(sector, IsUndecided());
+  putOff_ = {};
+}
+
+void KTxtFileType::SettleKind() {
+  if (putOff_.empty()) return;
+  textKind = TextKindOf(putOff_, textKind == kUndecided);
+  putOff_ = {};
+}
+
+bool KTxtFileType::MakeRoom(std::size_t sectorSize) {
+  if (sectorSize <= bufferSize_) return true;
+  SettleKind();
+  bufferSize_ = 0;
+  sectorBuffer.reset(new (std::nothrow) std::uint8_t[sectorSize]);
+  if (sectorBuffer == nullptr) return false;
+  bufferSize_ = sectorSize;
+  return true;
+}
+
+void KTxtFileType::KeepPutOff() {
+  if (putOff_.empty() || putOff_.data() == sectorBuffer.get()) return;
+  std::copy(putOff_.begin(), putOff_.end(), sectorBuffer.get());
+  putOff_ = {sectorBuffer.get(), putOff_.size()};
+}
+
+}  // namespace qzmtraw
