@@ -50,8 +50,8 @@ bool OpensComment(ByteView sector);
 
 /// The kind of a text by one of its sectors, which isn't a cpio header. The answer can be kUndecided only where
 /// OpensComment holds.
-/// \param wasUndecided  Whether the sectors before it left the kind undecided. Then a sector that shows nothing ends the
-///                      hope that this is a source text, and gives kNoText.
+/// \param wasUndecided  Whether the sectors before it left the kind undecided. Then a sector that shows nothing gives
+///                      kNoText: the comment was no source text's.
 std::uint32_t TextKindOf(ByteView sector, bool wasUndecided);
 
 }  // namespace qzmtraw
