@@ -2,12 +2,6 @@
 
 namespace qzmtraw {
 
-PENDING(KPdfFileType);
-PENDING(CKRTFFeileType);
-PENDING(CKPsPostScriptFileType);
-PENDING(CKFb2FileType);
-PENDING(CKSubXmlFileType);
-PENDING(CKPpjFileType);
 PENDING(CKUTxtFileType);
 PENDING(CKNewUTF8FileType);
 PENDING(CKNewTxtFileType);
@@ -23,24 +17,17 @@ PENDING(CKAspxFileType);
 PENDING(CKPlFileType);
 PENDING(CKOCHFileType);
 PENDING(CKOCMFileType);
-PENDING(KAiFileType);
-PENDING(CKGEpsFileType);
 PENDING(CKGCgmTxtFileType);
 PENDING(CKGPltFileType);
-PENDING(CKG3dxmlFileType);
 PENDING(CKMM3uFileType);
 PENDING(CKIEUrlFileType);
 PENDING(CKIEMsfFileType);
 PENDING(CKIEMimeEmailEmlFileType);
 PENDING(CKDDifFileType);
-PENDING(KHTMLFileType);
-PENDING(KMhtFileType);
-PENDING(CFireFoxBookmarkType);
 PENDING(CKOMapFileType);
 PENDING(CKORegFileType);
 PENDING(CKOReg_UFileType);
 PENDING(CKOTxtCntFileType);
-PENDING(CKResxFileType);
 PENDING(CKGuiFileType);
 PENDING(CKClwFileType);
 PENDING(CKDspFileType);
