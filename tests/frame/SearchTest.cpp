@@ -48,7 +48,7 @@ TEST(FindText, AgreesWithAPlainSearch) {
     std::vector<std::uint8_t> needle(1 + random() % 6);
     // Letters of both cases, and bytes that differ from others by the bit of the case without being letters.
     const std::uint8_t bytes[] = {'a', 'A', '<', '\x1C', 'z', 'Z', '[', '{'};
-    const unsigned kinds = 2 + random() % 7;
+    const auto kinds = 2 + random() % 7;
     for (std::uint8_t& byte : haystack) byte = bytes[random() % kinds];
     for (std::uint8_t& byte : needle) byte = bytes[random() % kinds];
     for (const LetterCase letterCase : {LetterCase::kCounts, LetterCase::kIgnored}) {
