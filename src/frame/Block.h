@@ -24,6 +24,7 @@ class Block {
   /// \param raw  May be null.
   explicit Block(const RawSectorBlock* raw) {
     if (raw == nullptr || raw->data == nullptr || raw->sectorCount < 1 || raw->sectorSize < 1) return;
+    raw_ = raw;
     data_ = raw->data;
     startSector_ = raw->startSector;
     sectorCount_ = raw->sectorCount;
@@ -35,12 +36,15 @@ class Block {
   std::int32_t SectorSize() const { return sectorSize_; }
   std::uint64_t StartSector() const { return startSector_; }
   std::uint8_t* Data() const { return data_; }
+  /// The block as the host handed it over, for a KFileSimulator. Null when the block has no sectors.
+  const RawSectorBlock* Raw() const { return raw_; }
   /// Bytes in all sectors together.
   std::int64_t ByteCount() const { return std::int64_t{sectorCount_} * sectorSize_; }
   /// \param index  From 0 to SectorCount() - 1.
   inline Sector operator[](std::int32_t index) const;
 
  private:
+  const RawSectorBlock* raw_ = nullptr;
   std::uint8_t* data_ = nullptr;
   std::uint64_t startSector_ = 0;
   std::int32_t sectorCount_ = 0;
@@ -52,7 +56,8 @@ class Block {
 class Sector {
  public:
   Sector(const Block& block, std::int32_t index)
-      : data_(block.Data() + std::int64_t{index} * block.SectorSize()),
+      : raw_(block.Raw()),
+        data_(block.Data() + std::int64_t{index} * block.SectorSize()),
         number_(block.StartSector() + static_cast<std::uint64_t>(index)),
         bytesBefore_(std::int64_t{index} * block.SectorSize()),
         bytesFromHere_(block.ByteCount() - bytesBefore_),
@@ -61,6 +66,8 @@ class Sector {
   /// The sector's number on the device.
   std::uint64_t Number() const { return number_; }
   std::int32_t Size() const { return size_; }
+  /// The block that the sector belongs to, as the host handed it over.
+  const RawSectorBlock* RawBlock() const { return raw_; }
   /// The sector's own bytes.
   ByteView Bytes() const { return {data_, static_cast<std::size_t>(size_)}; }
 
@@ -68,6 +75,12 @@ class Sector {
   bool Holds(std::int64_t offset, std::size_t length) const {
     return offset >= -bytesBefore_ && offset <= bytesFromHere_ &&
            length <= static_cast<std::uint64_t>(bytesFromHere_ - offset);
+  }
+
+  /// The bytes at `offset`, at most `length` of them, and fewer where the block ends before.
+  ByteView BytesAt(std::int64_t offset, std::size_t length) const {
+    if (!Holds(offset, 0)) return {};
+    return {data_ + offset, std::min(length, static_cast<std::size_t>(bytesFromHere_ - offset))};
   }
 
   /// Whether `bytes` stand at `offset`. No bytes stand everywhere.
@@ -95,6 +108,7 @@ class Sector {
     return Holds(offset, sizeof(T)) ? LoadBig<T>(data_ + offset) : T{0};
   }
 
+  const RawSectorBlock* raw_;
   const std::uint8_t* data_;
   std::uint64_t number_;
   std::int64_t bytesBefore_;

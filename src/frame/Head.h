@@ -17,6 +17,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 
 #include "frame/Block.h"
@@ -137,12 +138,14 @@ consteval Either<Left, Right> operator||(Left left, Right right) {
   return {{}, left, right};
 }
 
-/// Whether a head of the detector's kind stands at the sector. A sector of less than `kFloor` bytes has no head.
+/// Whether a head of the detector's kind stands at the sector. A sector of less than `kFloor` bytes has no head. A
+/// detector may keep what its IsHead learns.
 template <class Detector>
-bool IsHeadAt(const Detector& detector, const Sector& sector) {
-  if (sector.Size() < Detector::kFloor) return false;
-  if constexpr (requires { Detector::kHead; }) {
-    if (!Detector::kHead.Matches(sector)) return false;
+bool IsHeadAt(Detector&& detector, const Sector& sector) {
+  using Kind = std::remove_reference_t<Detector>;
+  if (sector.Size() < Kind::kFloor) return false;
+  if constexpr (requires { Kind::kHead; }) {
+    if (!Kind::kHead.Matches(sector)) return false;
   }
   if constexpr (requires { detector.IsHead(sector); }) return detector.IsHead(sector);
   return true;
@@ -230,8 +233,8 @@ inline std::int32_t NextCandidateIn(const Block& /*block*/, const NoProbe& /*pro
 /// The index of the block's first sector from `index` on at which a head of the detector's kind stands, or the number
 /// of sectors.
 template <class Detector>
-std::int32_t NextHead(const Detector& detector, const Block& block, std::int32_t index) {
-  if (block.SectorSize() < Detector::kFloor) return block.SectorCount();
+std::int32_t NextHead(Detector&& detector, const Block& block, std::int32_t index) {
+  if (block.SectorSize() < std::remove_reference_t<Detector>::kFloor) return block.SectorCount();
   const auto probes = detail::ProbesOf(detector);
   for (; index < block.SectorCount(); ++index) {
     index = detail::NextCandidateIn(block, probes, index);

@@ -12,23 +12,28 @@ namespace qzmtraw {
 /// looked for inside single sectors: one that straddles two sectors is not seen, and neither is one that ends on a
 /// sector's last byte. `Self` states, besides what OpenFile asks for,
 ///
-///     kTail                                             the bytes that end a file
-///     std::optional<std::int64_t> EndIn(const Sector&)  instead of kTail: where in the sector the file ends
-///     std::optional<std::int64_t> KnownSize()           for files that end at a fixed size and are never searched
-template <class Self>
-class HeadTail : public OpenFile<Self> {
+///     kTail                                                  the bytes that end a file
+///     std::optional<std::int64_t> EndIn(const Sector&)       instead of kTail: what an end found in the sector adds to
+///                                                            the file's size
+///     std::optional<std::int64_t> KnownSize(const Sector&)   the size of a file that is known at its head and is not
+///                                                            searched
+///     bool IsTooLarge()                                      whether a file without a tail is given up; above the
+///                                                            largest size unless stated
+template <class Self, class Base = Detector<Self>>
+class HeadTail : public OpenFile<Self, Base> {
  public:
   std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
     const Block block(rawBlock);
     Self& self = this->ThisDetector();
     for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
-      if (this->fileOpen == 0) i = NextHead(self, block, i);
+      const bool wasOpen = this->fileOpen != 0;
+      if (!wasOpen) i = NextHead(self, block, i);
       if (i == block.SectorCount()) break;
       const Sector sector = block[i];
-      if (IsHeadAt(self, sector)) {
+      if (!wasOpen || IsHeadAt(self, sector)) {
         this->ReportFileBeforeHead(sink);
         this->Open(sector.Number());
-        if (const std::optional<std::int64_t> size = self.KnownSize()) {
+        if (const std::optional<std::int64_t> size = self.KnownSize(sector)) {
           this->ReportSize(sink, static_cast<std::uint64_t>(*size));
           this->Close();
         }
@@ -38,8 +43,11 @@ class HeadTail : public OpenFile<Self> {
     return static_cast<std::uint32_t>(block.SectorCount());
   }
 
-  static std::optional<std::int64_t> KnownSize() { return std::nullopt; }
+  static std::optional<std::int64_t> KnownSize(const Sector& /*sector*/) { return std::nullopt; }
   static std::optional<std::int64_t> EndIn(const Sector& sector) { return EndBehindTail(sector, Self::kTail); }
+  bool IsTooLarge() const {
+    return static_cast<std::int64_t>(this->fileSize) > static_cast<std::int64_t>(this->maxFileSize);
+  }
 
  protected:
   /// Where the first tail ends that doesn't touch the sector's last byte.
@@ -59,8 +67,8 @@ class HeadTail : public OpenFile<Self> {
       return;
     }
     this->fileSize += static_cast<std::uint64_t>(sector.Size());
-    if (static_cast<std::int64_t>(this->fileSize) > static_cast<std::int64_t>(this->maxFileSize)) {
-      this->Report(sink, this->fileStart, this->maxFileSize);
+    if (this->ThisDetector().IsTooLarge()) {
+      this->ReportClipped(sink, this->fileSize);
       this->Close();
     }
   }

@@ -47,7 +47,7 @@ bool KHeadTailFileTemplate::IsHead(const Sector& sector) const {
   return sector.Bytes().size() >= head_.size() && sector.Has(0, head_);
 }
 
-std::optional<std::int64_t> KHeadTailFileTemplate::KnownSize() const {
+std::optional<std::int64_t> KHeadTailFileTemplate::KnownSize(const Sector& /*sector*/) const {
   if (hasTail_) return std::nullopt;
   return fixedSize_;
 }

@@ -23,7 +23,7 @@ class KHeadTailFileTemplate final : public HeadTail<KHeadTailFileTemplate> {
 
   Probe HeadProbe() const { return Probe::Of(0, head_); }
   bool IsHead(const Sector& sector) const;
-  std::optional<std::int64_t> KnownSize() const;
+  std::optional<std::int64_t> KnownSize(const Sector& sector) const;
   std::optional<std::int64_t> EndIn(const Sector& sector) const { return EndBehindTail(sector, tail_); }
 
  private:

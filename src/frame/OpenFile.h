@@ -11,9 +11,9 @@ namespace qzmtraw {
 ///     kDefaultMaxFileSize    the largest size that is reported, in bytes, unless the host sets another
 ///     kMinimum               the least size that is reported, in bytes; 256 unless stated
 ///
-/// Sizes are compared as signed 64-bit values.
-template <class Self>
-class OpenFile : public Detector<Self> {
+/// Sizes are compared as signed 64-bit values. A shared classifier takes `Base` for Detector, and its own Report.
+template <class Self, class Base = Detector<Self>>
+class OpenFile : public Base {
  public:
   static constexpr std::int64_t kMinimum = 256;
 
@@ -40,9 +40,13 @@ class OpenFile : public Detector<Self> {
 
   /// Reports the file at `fileStart` with `size`, cut to the largest size, unless `size` is below the least.
   void ReportSize(IRawHitSink* sink, std::uint64_t size) {
-    if (static_cast<std::int64_t>(size) < Self::kMinimum) return;
+    if (static_cast<std::int64_t>(size) >= Self::kMinimum) ReportClipped(sink, size);
+  }
+
+  /// Reports the file at `fileStart` with `size`, cut to the largest size.
+  void ReportClipped(IRawHitSink* sink, std::uint64_t size) {
     const bool tooLarge = static_cast<std::int64_t>(size) > static_cast<std::int64_t>(maxFileSize);
-    this->Report(sink, fileStart, tooLarge ? maxFileSize : size);
+    this->ThisDetector().Report(sink, fileStart, tooLarge ? maxFileSize : size);
   }
 
   /// A new head ends the file that is open, if there is one.

@@ -26,10 +26,15 @@ enum class LimitTest { kAtOrAbove, kAbove };
 ///                                         stated, the bytes up to its end
 ///     std::uint64_t SizeUpToRest(k)       the same for a tail whose first k bytes ended the sector before
 ///     bool EndsAtTail()                   whether the tail that was just met ends the file; true unless stated
-///     void ClearCount()                   clears what EndsAtTail counts, where it counts
+///     void ClearCount()                   clears what EndsAtTail counts, where it counts, and what the class keeps of
+///                                         an open file besides
 ///     kStopsAtTail                        true: nothing behind a tail that ended a file is looked at. Otherwise, and
 ///                                         unless stated, the sector's end may match a tail's beginning once more, and
 ///                                         the next file of the kind inherits the match
+///     bool FindTail(sector, sink)         instead of kTail: looks for the end in a sector, reports the file if it ends
+///                                         there, and says so
+///     bool IsOpen(), void Open(number)    another mark of an open file than its start, for kinds that are followed at
+///                                         sector 0 as well
 template <class Self>
 class TailWalk : public Detector<Self> {
  public:
@@ -48,14 +53,15 @@ class TailWalk : public Detector<Self> {
     const Block block(rawBlock);
     Self& self = this->ThisDetector();
     for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
-      if (fileStart == 0) i = NextHead(self, block, i);
+      const bool wasOpen = self.IsOpen();
+      if (!wasOpen) i = NextHead(self, block, i);
       if (i == block.SectorCount()) break;
       const Sector sector = block[i];
-      if (IsHeadAt(self, sector)) {
+      if (!wasOpen || IsHeadAt(self, sector)) {
         ReportFileBeforeHead(sink);
-        fileStart = sector.Number();
+        self.Open(sector.Number());
       }
-      if (fileStart == 0 || FindTail(sector, sink)) continue;
+      if (!self.IsOpen() || self.FindTail(sector, sink)) continue;
       fileSize += static_cast<std::uint64_t>(sector.Size());
       ApplyLimit(sink);
     }
@@ -66,6 +72,17 @@ class TailWalk : public Detector<Self> {
   static std::uint64_t SizeUpToRest(std::size_t matched) { return Self::kTail.Size() - matched; }
   static bool EndsAtTail() { return true; }
   static void ClearCount() {}
+  bool IsOpen() const { return fileStart != 0; }
+  void Open(std::uint64_t startSector) { fileStart = startSector; }
+
+  /// Looks for the tail in a sector and reports the file if it ends there.
+  /// \return Whether it did.
+  bool FindTail(const Sector& sector, IRawHitSink* sink) {
+    if (FindRestOfTail(sector, sink)) return true;
+    const auto [ended, stoppedAt] = FindWholeTail(sector, sink);
+    if (!(ended && Self::kStopsAtTail)) FindBeginningOfTail(sector, stoppedAt);
+    return ended;
+  }
 
  protected:
   std::uint64_t fileStart = 0;
@@ -73,19 +90,19 @@ class TailWalk : public Detector<Self> {
   /// How many bytes of a tail's beginning ended the sector before.
   std::uint32_t tailMatched = 0;
 
+  void ReportAndClose(IRawHitSink* sink) {
+    this->Report(sink, fileStart, fileSize);
+    CloseFile();
+  }
+
  private:
   void CloseFile() {
     fileStart = 0;
     fileSize = 0;
   }
 
-  void ReportAndClose(IRawHitSink* sink) {
-    this->Report(sink, fileStart, fileSize);
-    CloseFile();
-  }
-
   void ReportFileBeforeHead(IRawHitSink* sink) {
-    if ((Self::kOpenMark == OpenMark::kFileSize ? fileSize : fileStart) == 0) return;
+    if (fileStart == 0 || (Self::kOpenMark == OpenMark::kFileSize && fileSize == 0)) return;
     ReportAndClose(sink);
     this->ThisDetector().ClearCount();
   }
@@ -97,15 +114,6 @@ class TailWalk : public Detector<Self> {
     ReportAndClose(sink);
     tailMatched = 0;
     this->ThisDetector().ClearCount();
-  }
-
-  /// Looks for the tail in a sector and reports the file if it ends there.
-  /// \return Whether it did.
-  bool FindTail(const Sector& sector, IRawHitSink* sink) {
-    if (FindRestOfTail(sector, sink)) return true;
-    const auto [ended, stoppedAt] = FindWholeTail(sector, sink);
-    if (!(ended && Self::kStopsAtTail)) FindBeginningOfTail(sector, stoppedAt);
-    return ended;
   }
 
   /// A tail that began at the end of the sector before.

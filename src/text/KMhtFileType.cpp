@@ -1,0 +1,54 @@
+#include <algorithm>
+#include <array>
+
+#include "frame/HeadTail.h"
+#include "text/Markup.h"
+
+namespace qzmtraw {
+
+/// Web pages saved as one file (MHTML, RFC 2557). The end is seen when the last part is one of XML, as the file list of
+/// Office is: its end tag, and the closing boundary right behind it.
+class KMhtFileType final : public HeadTail<KMhtFileType> {
+ public:
+  static constexpr std::int32_t kFloor = 65;
+  static constexpr std::uint64_t kDefaultMaxFileSize = 0x2000000;
+
+  /// The three header fields stand in the first 64 bytes, in any order.
+  bool IsHead(const Sector& sector) {
+    constexpr auto kBoundary = Bytes("boundary=\"");
+    const ByteView header = UpToZero(sector.BytesAt(0, 64));
+    if (!Find(header, Bytes("MIME-Version: 1.0"))) return false;
+    if (!Find(header, Bytes("Content-Type: multipart/related"))) return false;
+    const std::optional<std::size_t> boundary = Find(header, kBoundary);
+    if (!boundary) return false;
+    const std::size_t start = *boundary + kBoundary.Size();
+    const ByteView quoted = UpToZero(sector.BytesAt(static_cast<std::int64_t>(start), mimeEndMark.size()));
+    const std::optional<std::size_t> length = Find(quoted, Bytes("\""));
+    if (!length || *length + kClosing.Size() >= mimeEndMark.size()) return false;
+    mimeEndMark = {};
+    auto* const end = std::copy_n(quoted.begin(), *length, mimeEndMark.data());
+    std::copy(kClosing.bytes.begin(), kClosing.bytes.end(), end);
+    return true;
+  }
+
+  std::optional<std::int64_t> EndIn(const Sector& sector) const {
+    constexpr std::size_t kReach = 46;
+    const std::optional<std::size_t> lastTag = FindText(UpToZero(sector.Bytes()), Bytes("</xml>"));
+    if (!lastTag) return std::nullopt;
+    const ByteView mark = UpToZero(mimeEndMark);
+    const std::optional<std::size_t> found =
+        Find(UpToZero(sector.BytesAt(static_cast<std::int64_t>(*lastTag), kReach)), mark);
+    if (!found) return std::nullopt;
+    return static_cast<std::int64_t>(*lastTag + *found + mark.size());
+  }
+
+ private:
+  static constexpr auto kClosing = Bytes("--");
+
+  /// The boundary, "--" and a zero.
+  std::array<std::uint8_t, 64> mimeEndMark{};
+};
+
+DETECTOR(KMhtFileType);
+
+}  // namespace qzmtraw
