@@ -15,7 +15,8 @@ trap 'rm -rf "$folder"' EXIT
 # What the archives hold.
 mkdir "$folder/content" "$folder/files"
 cp "$here/LICENSE" "$folder/content/license.txt"
-cp -r "$here/include" "$here/src" "$folder/content/"
+cp -r "$here/src" "$folder/content/"
+cp -r "$here/tests/data/zip" "$folder/content/documents"
 cd "$folder/content"
 
 number=10
@@ -42,14 +43,14 @@ make_jar() {
 }
 
 add text.7z make_7z license.txt
-add stored.7z make_7z -mx=0 include src
-add new.cpio make_cpio newc include
-add old.cpio make_cpio odc src/archives
-add checksum.cpio make_cpio crc src/frame
+add stored.7z make_7z -mx=0 documents
+add new.cpio make_cpio newc documents
+add old.cpio make_cpio odc documents
+add checksum.cpio make_cpio crc documents
 add sources.zip make_zip src
 add book.epub make_epub
 add program.jar make_jar
-for document in "$here"/tests/data/{compound,zip}/*; do add "$(basename "$document")" cp "$document"; done
+for document in "$here"/tests/data/{compound,text,zip}/*; do add "$(basename "$document")" cp "$document"; done
 
 sector_size=512
 sector=64
