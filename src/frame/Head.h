@@ -129,12 +129,12 @@ consteval StringAt<kLength> At(std::int32_t offset, const ByteString<kLength>& s
 }
 
 template <std::derived_from<HeadExpression> Left, std::derived_from<HeadExpression> Right>
-consteval Both<Left, Right> operator&&(Left left, Right right) {
+constexpr Both<Left, Right> operator&&(Left left, Right right) {
   return {{}, left, right};
 }
 
 template <std::derived_from<HeadExpression> Left, std::derived_from<HeadExpression> Right>
-consteval Either<Left, Right> operator||(Left left, Right right) {
+constexpr Either<Left, Right> operator||(Left left, Right right) {
   return {{}, left, right};
 }
 

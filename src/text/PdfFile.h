@@ -5,15 +5,13 @@
 
 namespace qzmtraw {
 
-/// A header with the version, whose digits HasVersion asks for.
-inline constexpr auto kPdfHead = At(0, "%PDF-") && At(6, ".");
-
 /// Files in the Portable Document Format (ISO 32000-1): a header with the version, and the first "%%EOF", which is
 /// taken with one byte of line end behind it. So a file with incremental updates loses them.
 template <class Self>
 class PdfFile : public HeadTail<Self> {
  public:
-  static constexpr auto kHead = kPdfHead;
+  /// The version's digits are asked for by HasVersion.
+  static constexpr auto kHead = At(0, "%PDF-") && At(6, ".");
   static constexpr std::int32_t kFloor = 9;
   static constexpr std::int64_t kMinimum = 512;
   static constexpr std::uint64_t kDefaultMaxFileSize = 0xA00000;

@@ -659,12 +659,13 @@ class RandomFile {
   }
 
   CompoundEntry Entry() {
+    static const std::string kSummary = std::string("\x05") + "SummaryInformation";
+    static const std::string kDocumentSummary = std::string("\x05") + "DocumentSummaryInformation";
+    static const std::string kCompObj = std::string("\x01") + "CompObj";
     static const std::vector<std::string> kNames = {"Root Entry",
-                                                    "\x05SummaryInformation",
-                                                    "\x05"
-                                                    "DocumentSummaryInformation",
-                                                    "\x01"
-                                                    "CompObj",
+                                                    kSummary,
+                                                    kDocumentSummary,
+                                                    kCompObj,
                                                     "WordDocument",
                                                     "Workbook",
                                                     "Book",

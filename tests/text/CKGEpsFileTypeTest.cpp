@@ -123,7 +123,7 @@ TEST(CKGEpsFileType, AgreesWithTheRulesTakenByteByByte) {
     if (sectorCount == 0) continue;
     Device device(sectorCount, sectorSize);
     std::string bytes(pieces.Bytes().begin(), pieces.Bytes().end());
-    bytes.resize(static_cast<std::size_t>(sectorCount * sectorSize));
+    bytes.resize(static_cast<std::size_t>(sectorCount) * static_cast<std::size_t>(sectorSize));
     device.Put(kFirst, bytes);
     // Most sectors begin with a head or amid a tail.
     for (int i = 0; i < sectorCount; i += 1 + static_cast<int>((seed + static_cast<std::uint32_t>(i)) % 5)) {
