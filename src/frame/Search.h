@@ -26,6 +26,9 @@ inline std::optional<std::size_t> Find(ByteView haystack, ByteView needle, std::
   return std::nullopt;
 }
 
+/// The bytes in front of the first zero byte, or all.
+inline ByteView UpToZero(ByteView bytes) { return bytes.first(Find(bytes, Bytes("\0")).value_or(bytes.size())); }
+
 /// Whether the case of ASCII letters counts in a comparison. All other bytes are always compared as they are.
 enum class LetterCase { kCounts, kIgnored };
 

@@ -9,12 +9,12 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <optional>
 
 #include "frame/Block.h"
 #include "frame/Head.h"
 #include "frame/KFileSimulator.h"
+#include "frame/Search.h"
 
 namespace qzmtraw {
 
@@ -33,14 +33,6 @@ inline Encoding EncodingOf(const Sector& sector) {
 /// The offset of a unit in a text of this encoding.
 inline std::size_t OffsetOf(std::size_t unit, Encoding encoding) {
   return encoding == Encoding::kUtf16 ? 2 + 2 * unit : unit;
-}
-
-/// The bytes of a text up to its first zero byte.
-inline ByteView UpToZero(ByteView text) {
-  if (text.empty()) return text;
-  const void* zero = std::memchr(text.data(), 0, text.size());
-  return zero == nullptr ? text
-                         : text.first(static_cast<std::size_t>(static_cast<const std::uint8_t*>(zero) - text.data()));
 }
 
 /// The unit, from `unit` on and among the first 128, at which a sector's first tag begins. White space alone may stand

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "frame/Search.h"
 #include "text/KeywordRules.h"
 #include "text/PairSet.h"
 
@@ -134,8 +135,6 @@ bool StartsWith(ByteView bytes, std::string_view literal) {
 /// A plotter file in HP-GL that begins with the order to initialise the plotter, on a line of its own. The sector must
 /// hold a byte more.
 bool IsPlotterFile(ByteView sector) { return sector.size() > 5 && StartsWith(sector, "IN;\r\n"); }
-
-ByteView UpToZero(ByteView bytes) { return bytes.first(Find(bytes, Bytes("\0")).value_or(bytes.size())); }
 
 }  // namespace
 
