@@ -2,6 +2,7 @@
 #define QZMTRAW_FRAME_TAIL_WALK_H
 
 #include <algorithm>
+#include <limits>
 
 #include "frame/Detector.h"
 #include "frame/Search.h"
@@ -9,7 +10,7 @@
 namespace qzmtraw {
 
 /// Which part of the state says, at a head, that the file before it is open and is to be reported as it stands.
-enum class OpenMark { kFileSize, kFileStart };
+enum class OpenMark { kFileSize, kFileStart, kFileSizeAlone };
 
 /// Which sizes have reached the limit of a tail walk: those at it, or only those above it.
 enum class LimitTest { kAtOrAbove, kAbove };
@@ -18,29 +19,47 @@ enum class LimitTest { kAtOrAbove, kAbove };
 /// blocks. Sizes are reported as they come out. `fileStart` alone says that a file is open, so a file that starts at
 /// sector 0 is not followed. `Self` states
 ///
-///     kTail                               the bytes that end a file
-///     kLimit                              the size in bytes at which a file without a tail is given up and reported
-///     kLimitTest                          which sizes have reached it; those above it unless stated
-///     kOpenMark                           what tells a head that a file is open; its size unless stated
+///     kTail            the bytes that end a file
+///     kLimit           the size in bytes at which a file without a tail is given up and reported
+///
+/// and where it differs from most
+///
+///     kLimitTest       which sizes have reached the limit; those above it unless stated
+///     kOpenMark        what tells a head that a file is open; its size, and that it has a start, unless stated
+///     kHasOpenFlag     true: `fileOpen` says that a file is open, so one at sector 0 is followed as well
+///     kComparedBytes   how many bytes of the tail are compared inside a sector, where the first few decide
+///     kSeesTailAtEnd   true: inside a sector, a whole tail may touch its last byte
+///     kStraddles       false: a tail across two sectors is not seen
+///     kLosesSector     true: a sector that doesn't go on with the tail which the one before began is neither searched
+///                      nor counted
+///     kStopsAtTail     true: nothing behind a tail that ended a file is looked at. Otherwise, and unless stated, the
+///                      sector's end may match a tail's beginning once more, and the next file of the kind inherits
+///                      the match
+///     kHeadClearsCount false: a head that closes the file before it leaves alone what ClearCount clears
+///
 ///     std::uint64_t SizeUpTo(offset)      what a tail at this offset of the sector adds to the file's size; unless
 ///                                         stated, the bytes up to its end
 ///     std::uint64_t SizeUpToRest(k)       the same for a tail whose first k bytes ended the sector before
-///     bool EndsAtTail()                   whether the tail that was just met ends the file; true unless stated
+///     bool CountsAt(sector, offset)       whether a whole tail at this offset of the sector is one
+///     bool EndsAtTail()                   whether the tail that was just met ends the file
 ///     void ClearCount()                   clears what EndsAtTail counts, where it counts, and what the class keeps of
 ///                                         an open file besides
-///     kStopsAtTail                        true: nothing behind a tail that ended a file is looked at. Otherwise, and
-///                                         unless stated, the sector's end may match a tail's beginning once more, and
-///                                         the next file of the kind inherits the match
+///     ByteView SearchedBytes(sector)      what of a sector of an open file is searched, and counted in its size
 ///     bool FindTail(sector, sink)         instead of kTail: looks for the end in a sector, reports the file if it ends
 ///                                         there, and says so
-///     bool IsOpen(), void Open(number)    another mark of an open file than its start, for kinds that are followed at
-///                                         sector 0 as well
+///     bool IsOpen(), void Open(number)    another mark of an open file
 template <class Self>
 class TailWalk : public Detector<Self> {
  public:
   static constexpr LimitTest kLimitTest = LimitTest::kAbove;
   static constexpr OpenMark kOpenMark = OpenMark::kFileSize;
+  static constexpr bool kHasOpenFlag = false;
+  static constexpr std::size_t kComparedBytes = std::numeric_limits<std::size_t>::max();
+  static constexpr bool kSeesTailAtEnd = false;
+  static constexpr bool kStraddles = true;
+  static constexpr bool kLosesSector = false;
   static constexpr bool kStopsAtTail = false;
+  static constexpr bool kHeadClearsCount = true;
 
   std::int32_t Reset() override {
     CloseFile();
@@ -62,7 +81,7 @@ class TailWalk : public Detector<Self> {
         self.Open(sector.Number());
       }
       if (!self.IsOpen() || self.FindTail(sector, sink)) continue;
-      fileSize += static_cast<std::uint64_t>(sector.Size());
+      fileSize += self.SearchedBytes(sector).size();
       ApplyLimit(sink);
     }
     return static_cast<std::uint32_t>(block.SectorCount());
@@ -70,17 +89,22 @@ class TailWalk : public Detector<Self> {
 
   static std::uint64_t SizeUpTo(std::size_t offset) { return offset + Self::kTail.Size(); }
   static std::uint64_t SizeUpToRest(std::size_t matched) { return Self::kTail.Size() - matched; }
+  static bool CountsAt(const Sector& /*sector*/, std::size_t /*offset*/) { return true; }
   static bool EndsAtTail() { return true; }
   static void ClearCount() {}
-  bool IsOpen() const { return fileStart != 0; }
-  void Open(std::uint64_t startSector) { fileStart = startSector; }
+  static ByteView SearchedBytes(const Sector& sector) { return sector.Bytes(); }
+  bool IsOpen() const { return Self::kHasOpenFlag ? fileOpen != 0 : fileStart != 0; }
+  void Open(std::uint64_t startSector) {
+    fileStart = startSector;
+    fileOpen = 1;
+  }
 
   /// Looks for the tail in a sector and reports the file if it ends there.
-  /// \return Whether it did.
+  /// \return Whether it did, or the sector is done with.
   bool FindTail(const Sector& sector, IRawHitSink* sink) {
-    if (FindRestOfTail(sector, sink)) return true;
+    if (tailMatched != 0 && FindRestOfTail(sector, sink)) return true;
     const auto [ended, stoppedAt] = FindWholeTail(sector, sink);
-    if (!(ended && Self::kStopsAtTail)) FindBeginningOfTail(sector, stoppedAt);
+    if (Self::kStraddles && !(ended && Self::kStopsAtTail)) FindBeginningOfTail(sector, stoppedAt);
     return ended;
   }
 
@@ -89,6 +113,8 @@ class TailWalk : public Detector<Self> {
   std::uint64_t fileSize = 0;
   /// How many bytes of a tail's beginning ended the sector before.
   std::uint32_t tailMatched = 0;
+  /// Looked at with kHasOpenFlag alone.
+  std::int32_t fileOpen = 0;
 
   void ReportAndClose(IRawHitSink* sink) {
     this->Report(sink, fileStart, fileSize);
@@ -99,12 +125,14 @@ class TailWalk : public Detector<Self> {
   void CloseFile() {
     fileStart = 0;
     fileSize = 0;
+    fileOpen = 0;
   }
 
   void ReportFileBeforeHead(IRawHitSink* sink) {
-    if (fileStart == 0 || (Self::kOpenMark == OpenMark::kFileSize && fileSize == 0)) return;
+    if (Self::kOpenMark != OpenMark::kFileStart && fileSize == 0) return;
+    if (Self::kOpenMark != OpenMark::kFileSizeAlone && fileStart == 0) return;
     ReportAndClose(sink);
-    this->ThisDetector().ClearCount();
+    if (Self::kHeadClearsCount) this->ThisDetector().ClearCount();
   }
 
   void ApplyLimit(IRawHitSink* sink) {
@@ -118,10 +146,10 @@ class TailWalk : public Detector<Self> {
 
   /// A tail that began at the end of the sector before.
   bool FindRestOfTail(const Sector& sector, IRawHitSink* sink) {
-    if (tailMatched == 0) return false;
     const std::size_t matched = tailMatched;
     tailMatched = 0;
-    if (!sector.Has(0, ByteView(Self::kTail).subspan(matched)) || !this->ThisDetector().EndsAtTail()) return false;
+    if (!sector.Has(0, ByteView(Self::kTail).subspan(matched))) return Self::kLosesSector;
+    if (!this->ThisDetector().EndsAtTail()) return false;
     fileSize += Self::SizeUpToRest(matched);
     ReportAndClose(sink);
     return true;
@@ -132,29 +160,32 @@ class TailWalk : public Detector<Self> {
     std::size_t stoppedAt;
   };
 
-  /// A tail that ends in front of the sector's last byte.
+  /// A tail that ends in front of the sector's last byte, or with it where kSeesTailAtEnd says so.
   Search FindWholeTail(const Sector& sector, IRawHitSink* sink) {
-    const std::size_t sectorSize = sector.Bytes().size();
-    const ByteView searched = sector.Bytes().first(sectorSize - 1);
+    const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
+    constexpr std::size_t kBytesBehindPlaces = Self::kTail.Size() - (Self::kSeesTailAtEnd ? 1 : 0);
+    if (bytes.size() <= kBytesBehindPlaces) return {false, 0};
+    const std::size_t places = bytes.size() - kBytesBehindPlaces;
+    const ByteView compared = ByteView(Self::kTail).first(std::min(Self::kTail.Size(), Self::kComparedBytes));
+    const ByteView searched = bytes.first(places - 1 + compared.size());
     std::size_t from = 0;
-    while (const std::optional<std::size_t> found = Find(searched, Self::kTail, from)) {
-      if (this->ThisDetector().EndsAtTail()) {
+    while (const std::optional<std::size_t> found = Find(searched, compared, from)) {
+      if (this->ThisDetector().CountsAt(sector, *found) && this->ThisDetector().EndsAtTail()) {
         fileSize += Self::SizeUpTo(*found);
         ReportAndClose(sink);
         return {true, *found};
       }
       from = *found + 1;
     }
-    return {false, sectorSize - std::min(sectorSize, Self::kTail.Size())};
+    return {false, places};
   }
 
   /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
   void FindBeginningOfTail(const Sector& sector, std::size_t from) {
-    const ByteView bytes = sector.Bytes();
+    const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
     const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
     for (std::size_t length = longest; length > 0; --length) {
-      const ByteView beginning = ByteView(Self::kTail).first(length);
-      if (std::equal(beginning.begin(), beginning.end(), bytes.last(length).begin())) {
+      if (BeginsWith(Self::kTail, bytes.last(length))) {
         tailMatched = static_cast<std::uint32_t>(length);
         return;
       }

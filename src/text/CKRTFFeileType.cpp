@@ -12,6 +12,7 @@ class CKRTFFeileType final : public TailWalk<CKRTFFeileType> {
   static constexpr std::int32_t kFloor = 51;
   static constexpr std::int64_t kLimit = 0x4000000;
   static constexpr LimitTest kLimitTest = LimitTest::kAtOrAbove;
+  static constexpr bool kHasOpenFlag = true;
 
   std::int32_t Reset() override {
     braces = 0;
@@ -20,24 +21,18 @@ class CKRTFFeileType final : public TailWalk<CKRTFFeileType> {
 
   static bool IsHead(const Sector& sector) { return sector.U8(5) >= '1' && sector.U8(5) <= '9'; }
 
-  bool IsOpen() const { return fileOpen != 0; }
-
   void Open(std::uint64_t startSector) {
-    fileStart = startSector;
     fileSize = 0;
-    fileOpen = 1;
+    TailWalk::Open(startSector);
   }
 
   bool FindTail(const Sector& sector, IRawHitSink* sink) {
     const std::optional<std::size_t> end = WalkBraces(sector.Bytes());
     if (!end) return false;
     fileSize += *end;
-    fileOpen = 0;
     ReportAndClose(sink);
     return true;
   }
-
-  void ClearCount() { fileOpen = 0; }
 
  private:
   /// Counts the open groups through a sector. Braces that are escaped or stand in binary data count as well.
@@ -72,7 +67,6 @@ class CKRTFFeileType final : public TailWalk<CKRTFFeileType> {
     return true;
   }
 
-  std::int32_t fileOpen = 0;
   /// How many groups are open. Only Reset clears it: what a document left open counts for the next one.
   std::uint64_t braces = 0;
 };

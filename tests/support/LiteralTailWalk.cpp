@@ -11,6 +11,7 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
   std::uint64_t fileSize = 0;
   std::size_t tailMatched = 0;
   std::uint32_t tailCount = 0;
+  bool fileOpen = false;
   const auto n = static_cast<std::size_t>(device.SectorSize());
   const std::size_t m = tail.size();
   const std::string bytes(device.Bytes().begin(), device.Bytes().end());
@@ -18,6 +19,7 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
   const auto report = [&] {
     hits.push_back({fileStart, fileSize});
     fileStart = fileSize = 0;
+    fileOpen = false;
   };
   const auto countsAsEnd = [&] {
     if (tailCount + 1 < tailsToEnd) {
@@ -31,7 +33,9 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
     if (tailMatched != 0) {
       const std::size_t k = tailMatched;
       tailMatched = 0;
-      if (rest.compare(0, m - k, tail, k, m - k) == 0 && countsAsEnd()) {
+      const bool goesOn = rest.compare(0, m - k, tail, k, m - k) == 0;
+      if (!goesOn && losesSector) return true;
+      if (goesOn && countsAsEnd()) {
         fileSize += sizeUpToRest(k);
         report();
         return true;
@@ -39,8 +43,9 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
     }
     bool found = false;
     std::size_t i = 0;
-    for (; i + m < n; ++i) {
-      if (s.compare(i, m, tail) == 0 && countsAsEnd()) {
+    const std::size_t compared = comparedBytes == 0 ? m : comparedBytes;
+    for (; i + m < n || (seesTailAtEnd && i + m == n); ++i) {
+      if (s.compare(i, compared, tail, 0, compared) == 0 && countsAsEnd()) {
         fileSize += sizeUpTo(i);
         report();
         found = true;
@@ -48,7 +53,7 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
       }
     }
     if (found && stopsAtTail) return true;
-    for (; i < n; ++i) {
+    for (; i < n && straddles; ++i) {
       if (n - i <= m && s.compare(i, n - i, tail, 0, n - i) == 0) {
         tailMatched = n - i;
         break;
@@ -62,13 +67,15 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
     const bool isHead = std::any_of(heads.begin(), heads.end(),
                                     [&](const std::string& head) { return rest.compare(0, head.size(), head) == 0; });
     if (isHead) {
-      if ((headAsksFileStart ? fileStart : fileSize) != 0) {
+      const bool sizeSaysSo = fileSize != 0 && (headAsksFileSizeAlone || fileStart != 0);
+      if (headAsksFileStart ? fileStart != 0 : sizeSaysSo) {
         report();
         tailCount = 0;
       }
       fileStart = device.FirstSector() + static_cast<std::uint64_t>(index);
+      fileOpen = true;
     }
-    if (fileStart == 0 || findTail(rest.substr(0, n), rest)) continue;
+    if (!(hasOpenFlag ? fileOpen : fileStart != 0) || findTail(rest.substr(0, n), rest)) continue;
     fileSize += n;
     if (static_cast<std::int64_t>(fileSize) >= static_cast<std::int64_t>(firstSizeTooLarge)) {
       fileSize = limit;

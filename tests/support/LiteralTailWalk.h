@@ -21,6 +21,12 @@ struct LiteralTailWalk {
   bool headAsksFileStart = false;  ///< A head closes the file before it when its start, not its size, isn't zero.
   std::uint32_t tailsToEnd = 1;
   bool stopsAtTail = false;
+  bool headAsksFileSizeAlone = false;  ///< Otherwise a file with a size, but without a start, isn't closed by a head.
+  bool hasOpenFlag = false;            ///< A file is open from its head on, at sector 0 as well.
+  std::size_t comparedBytes = 0;       ///< Of the tail, inside a sector; 0: all.
+  bool seesTailAtEnd = false;          ///< A whole tail may touch the sector's last byte.
+  bool straddles = true;               ///< A tail across two sectors is seen.
+  bool losesSector = false;            ///< A sector that doesn't go on with a tail that was begun isn't counted.
 
   /// The hits in the device's whole length.
   Hits Scan(const Device& device) const;
