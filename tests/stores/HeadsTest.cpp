@@ -113,7 +113,7 @@ class Heads : public testing::TestWithParam<HeadCase> {
 };
 
 TEST_P(Heads, AreFoundWhateverStandsAroundThem) {
-  for (const std::uint8_t filler : {0xEE, 0x55}) {
+  for (const std::uint8_t filler : {std::uint8_t{0xEE}, std::uint8_t{0x55}}) {
     EXPECT_EQ(ScanAnyCut(GetParam().className, WithFile(20, 512, filler)), TheFile()) << int{filler};
   }
 }

@@ -30,7 +30,7 @@ struct LiteralTailWalk {
   bool headForgetsMatch = false;       ///< A head that closes a file forgets the beginning of a tail.
   std::size_t uncountedAtHead = 0;     ///< Bytes at the end of a head's sector that aren't searched or counted.
   /// Instead of `heads`, where bytes inside the head may be any. Is given the bytes from the sector's start on.
-  std::function<bool(const std::string&)> isHead;
+  std::function<bool(const std::string&)> isHead = {};
 
   /// The hits in the device's whole length.
   Hits Scan(const Device& device) const;
