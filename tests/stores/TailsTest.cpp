@@ -322,7 +322,10 @@ TEST_P(DocumentTails, AgreeWithTheRulesTakenByteByByte) {
   for (std::uint32_t seed = 0; seed < 2000; ++seed) {
     const Device device = DeviceOfPieces(seed, heads, kind.tail, std::max(1, kind.floor));
     const Hits expected = rules.Scan(device);
-    ASSERT_EQ(Scan(*CreateDetector(kind.className), device, {static_cast<int>(seed % 4)}), expected) << "seed " << seed;
+    // A head that reaches into the next sector needs that one's block.
+    const bool fits = kind.headOffset + kind.head.size() <= static_cast<std::size_t>(device.SectorSize());
+    const Cut cut{fits ? static_cast<int>(seed % 4) : 0};
+    ASSERT_EQ(Scan(*CreateDetector(kind.className), device, cut), expected) << "seed " << seed;
     found += expected.size();
   }
   EXPECT_GT(found, 500U);
