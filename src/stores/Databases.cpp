@@ -106,7 +106,7 @@ class CKDDbfFileType final : public StartOnly<CKDDbfFileType> {
 
   static std::uint64_t SizeAt(const Sector& sector) {
     const std::uint16_t headerLength = sector.U16(8);
-    /// The length of a record, and two bytes behind it that most tables leave zero.
+    // The length of a record, and two bytes behind it that most tables leave zero.
     const std::uint32_t recordStep = sector.U32(10);
     constexpr std::uint8_t kLiveRecord = ' ';
     return 1 + EndOfRecords<1>(sector, headerLength, [recordStep](ByteView record) {
