@@ -61,7 +61,7 @@ DETECTOR(CKIEEdbFileType);
 
 class CKIENsfFileType final : public StartOnly<CKIENsfFileType> {
  public:
-  static constexpr auto kHead = At(0, "\x1A\0\0\x04\0\0") && At(16, "\x25");
+  static constexpr auto kHead = At(0, "\x1A\0\0\x04\0\0") && At(16, "%");
   static constexpr SizeHints kHints{256, 67108864};
 };
 DETECTOR(CKIENsfFileType);

@@ -90,7 +90,7 @@ const HeadCase kHeads[] = {
     {"KCHMFileType",
      257,
      {{0, "ITSF"}, {24, "\x10" + kHelpId}, {40, "\x11" + kHelpId}, {57, std::string(7, '\0')}, {96, LittleU32(510)}},
-     {{56, "\x60"}, {104, LittleU32(5000)}},
+     {{56, "`"}, {104, LittleU32(5000)}},
      5000},
     {"KIccFileType", 17, {{36, "acsp"}}, {{0, BigU32(5000)}}, 5000},
     {"KIccFileType", 17, {{4, "APPL"}, {8, LittleU32(0x4002)}, {12, "prtr"}}, {{0, BigU32(5000)}}, 5000},
