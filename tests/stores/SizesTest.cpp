@@ -466,23 +466,23 @@ TEST(Walks, OfDefinitionsAgreeWithTheRulesTakenByteByByte) {
   std::string twos;
   while (twos.size() < 400 * 512) twos += Literal("\2\0");
   std::size_t longWalks = 0;
-  for (std::uint32_t seed = 0; seed < 300; ++seed) {
-    Device device(400, 512);
-    device.Put(kFirst, twos);
+  for (std::uint32_t seed = 0; seed < 100; ++seed) {
     const std::uint16_t ioSizes[] = {2, 16, 64, 512, 4096};
     const std::uint16_t ioSize = ioSizes[below(5)];
     const std::string head = With(With("\xFE\1", 32, Literal("\0\5")), 41, std::string(6, '\0'));
-    device.Put(kFirst, With(head, 6, LittleU16(ioSize)));
-    for (std::size_t at = 48; at < 60000; at += 2) {
+    std::string bytes = With(head, 6, LittleU16(ioSize)) + std::string(1, '\0');
+    while (bytes.size() < 30000) {
       const std::uint16_t words[] = {0, 0, 0, 255, 4, 20, 18, 290, static_cast<std::uint16_t>(2 * below(2000)), 2};
-      if (below(8) != 0) device.Put(kFirst, at, LittleU16(words[below(10)]));
+      bytes += LittleU16(words[below(10)]);
     }
+    Device device(400, 512);
+    device.Put(kFirst, twos).Put(kFirst, bytes);
     const std::uint64_t size = LiteralDefinition(FileBytes(device, kFirst));
     ASSERT_LT(size, 400U * 512U) << "seed " << seed;
     longWalks += size > 4U * ioSize ? 1 : 0;
     ASSERT_EQ(ScanCut("CKDFrmFileType", device, seed), (Hits{{kFirst, size}})) << "seed " << seed;
   }
-  EXPECT_GT(longWalks, 30U);
+  EXPECT_GT(longWalks, 10U);
 }
 
 }  // namespace
