@@ -374,6 +374,8 @@ TEST(SizeOfFRM, IsGivenUpAbove0x3ffffffe) {
   EXPECT_EQ(scan(0x8000), (Hits{{kFirst, 0x40000000 + 2}}));
   static_assert(0x3ffffffe % 4178 == 0);
   EXPECT_EQ(scan(4178), (Hits{{kFirst, 0x3ffffffe + 4178 + 2}}));
+  static_assert(0x3fffffff % 49981 == 0);
+  EXPECT_EQ(scan(49981), (Hits{{kFirst, 0x3fffffff + 2}}));
 }
 
 TEST(Walks, EndWhereSectorsAreTooLargeToBeRead) {
