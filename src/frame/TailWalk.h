@@ -44,7 +44,9 @@ enum class LimitTest { kAtOrAbove, kAbove };
 ///     bool EndsAtTail()                   whether the tail that was just met ends the file
 ///     void ClearCount()                   clears what EndsAtTail counts, where it counts, and what the class keeps of
 ///                                         an open file besides
-///     ByteView SearchedBytes(sector)      what of a sector of an open file is searched, and counted in its size
+///     ByteView SearchedBytes(sector)      what of a sector of an open file is searched
+///     std::uint64_t GrowthBy(sector)      what a sector without a tail adds to the file's size; unless stated, the
+///                                         bytes searched
 ///     bool FindTail(sector, sink)         instead of kTail: looks for the end in a sector, reports the file if it ends
 ///                                         there, and says so
 ///     bool IsOpen(), void Open(number)    another mark of an open file
@@ -81,7 +83,7 @@ class TailWalk : public Detector<Self> {
         self.Open(sector.Number());
       }
       if (!self.IsOpen() || self.FindTail(sector, sink)) continue;
-      fileSize += self.SearchedBytes(sector).size();
+      fileSize += self.GrowthBy(sector);
       ApplyLimit(sink);
     }
     return static_cast<std::uint32_t>(block.SectorCount());
@@ -93,6 +95,7 @@ class TailWalk : public Detector<Self> {
   static bool EndsAtTail() { return true; }
   static void ClearCount() {}
   static ByteView SearchedBytes(const Sector& sector) { return sector.Bytes(); }
+  std::uint64_t GrowthBy(const Sector& sector) { return this->ThisDetector().SearchedBytes(sector).size(); }
   bool IsOpen() const { return Self::kHasOpenFlag ? fileOpen != 0 : fileStart != 0; }
   void Open(std::uint64_t startSector) {
     fileStart = startSector;

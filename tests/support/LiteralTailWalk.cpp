@@ -12,7 +12,7 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
   std::size_t tailMatched = 0;
   std::uint32_t tailCount = 0;
   bool fileOpen = false;
-  const auto n = static_cast<std::size_t>(device.SectorSize());
+  const auto sectorSize = static_cast<std::size_t>(device.SectorSize());
   const std::size_t m = tail.size();
   const std::string bytes(device.Bytes().begin(), device.Bytes().end());
 
@@ -43,6 +43,7 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
     }
     bool found = false;
     std::size_t i = 0;
+    const std::size_t n = s.size();
     const std::size_t compared = comparedBytes == 0 ? m : comparedBytes;
     for (; i + m < n || (seesTailAtEnd && i + m == n); ++i) {
       if (s.compare(i, compared, tail, 0, compared) == 0 && countsAsEnd()) {
@@ -63,20 +64,24 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
   };
 
   for (int index = 0; index < device.SectorCount(); ++index) {
-    const std::string rest = bytes.substr(static_cast<std::size_t>(index) * n);
-    const bool isHead = std::any_of(heads.begin(), heads.end(),
-                                    [&](const std::string& head) { return rest.compare(0, head.size(), head) == 0; });
-    if (isHead) {
+    const std::string rest = bytes.substr(static_cast<std::size_t>(index) * sectorSize);
+    const bool atHead = isHead ? isHead(rest) : std::any_of(heads.begin(), heads.end(), [&](const std::string& head) {
+      return rest.compare(0, head.size(), head) == 0;
+    });
+    if (atHead) {
       const bool sizeSaysSo = fileSize != 0 && (headAsksFileSizeAlone || fileStart != 0);
       if (headAsksFileStart ? fileStart != 0 : sizeSaysSo) {
         report();
         tailCount = 0;
+        if (headForgetsMatch) tailMatched = 0;
       }
       fileStart = device.FirstSector() + static_cast<std::uint64_t>(index);
       fileOpen = true;
     }
-    if (!(hasOpenFlag ? fileOpen : fileStart != 0) || findTail(rest.substr(0, n), rest)) continue;
-    fileSize += n;
+    if (!(hasOpenFlag ? fileOpen : fileStart != 0)) continue;
+    const std::size_t uncounted = atHead ? uncountedAtHead : 0;
+    if (findTail(rest.substr(0, sectorSize - std::min(uncounted, sectorSize)), rest)) continue;
+    fileSize += sectorSize - uncounted;
     if (static_cast<std::int64_t>(fileSize) >= static_cast<std::int64_t>(firstSizeTooLarge)) {
       fileSize = limit;
       report();
@@ -87,9 +92,10 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
   return hits;
 }
 
-Device DeviceOfPieces(std::uint32_t seed, const std::vector<std::string>& heads, const std::string& tail) {
+Device DeviceOfPieces(std::uint32_t seed, const std::vector<std::string>& heads, const std::string& tail,
+                      int leastSectorSize) {
   std::mt19937 random(seed);
-  const int sectorSize = 1 + static_cast<int>(random() % 40);
+  const int sectorSize = leastSectorSize + static_cast<int>(random() % 40);
   const int sectorCount = 1 + static_cast<int>(random() % 60);
   const auto size = static_cast<std::size_t>(sectorSize) * static_cast<std::size_t>(sectorCount);
   const std::uint64_t firstSector = random() % 8 == 0 ? 0 : Device::kFirstSector;

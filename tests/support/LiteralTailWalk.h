@@ -27,14 +27,19 @@ struct LiteralTailWalk {
   bool seesTailAtEnd = false;          ///< A whole tail may touch the sector's last byte.
   bool straddles = true;               ///< A tail across two sectors is seen.
   bool losesSector = false;            ///< A sector that doesn't go on with a tail that was begun isn't counted.
+  bool headForgetsMatch = false;       ///< A head that closes a file forgets the beginning of a tail.
+  std::size_t uncountedAtHead = 0;     ///< Bytes at the end of a head's sector that aren't searched or counted.
+  /// Instead of `heads`, where bytes inside the head may be any. Is given the bytes from the sector's start on.
+  std::function<bool(const std::string&)> isHead = {};
 
   /// The hits in the device's whole length.
   Hits Scan(const Device& device) const;
 };
 
 /// A device of small sectors that is made of pieces of heads and tails as often as of other bytes, always the same for
-/// a seed.
-Device DeviceOfPieces(std::uint32_t seed, const std::vector<std::string>& heads, const std::string& tail);
+/// a seed. The sectors have up to 40 bytes, or as many more as the least size is above 1.
+Device DeviceOfPieces(std::uint32_t seed, const std::vector<std::string>& heads, const std::string& tail,
+                      int leastSectorSize = 1);
 
 }  // namespace qzmtraw::test
 
