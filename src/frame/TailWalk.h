@@ -95,6 +95,30 @@ class TailWalk : public Detector<Self> {
     CloseFile();
   }
 
+  /// A tail that began at the end of the sector before.
+  bool FindRestOfTail(const Sector& sector, IRawHitSink* sink) {
+    if (tailMatched == 0) return false;
+    const std::size_t matched = tailMatched;
+    tailMatched = 0;
+    if (!sector.Has(0, ByteView(Self::kTail).subspan(matched)) || !this->ThisDetector().EndsAtTail()) return false;
+    fileSize += Self::SizeUpToRest(matched);
+    ReportAndClose(sink);
+    return true;
+  }
+
+  /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
+  void FindBeginningOfTail(const Sector& sector, std::size_t from) {
+    const ByteView bytes = sector.Bytes();
+    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
+    for (std::size_t length = longest; length > 0; --length) {
+      const ByteView beginning = ByteView(Self::kTail).first(length);
+      if (std::equal(beginning.begin(), beginning.end(), bytes.last(length).begin())) {
+        tailMatched = static_cast<std::uint32_t>(length);
+        return;
+      }
+    }
+  }
+
  private:
   void CloseFile() {
     fileStart = 0;
@@ -116,17 +140,6 @@ class TailWalk : public Detector<Self> {
     this->ThisDetector().ClearCount();
   }
 
-  /// A tail that began at the end of the sector before.
-  bool FindRestOfTail(const Sector& sector, IRawHitSink* sink) {
-    if (tailMatched == 0) return false;
-    const std::size_t matched = tailMatched;
-    tailMatched = 0;
-    if (!sector.Has(0, ByteView(Self::kTail).subspan(matched)) || !this->ThisDetector().EndsAtTail()) return false;
-    fileSize += Self::SizeUpToRest(matched);
-    ReportAndClose(sink);
-    return true;
-  }
-
   struct Search {
     bool ended;
     std::size_t stoppedAt;
@@ -146,19 +159,6 @@ class TailWalk : public Detector<Self> {
       from = *found + 1;
     }
     return {false, sectorSize - std::min(sectorSize, Self::kTail.Size())};
-  }
-
-  /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
-  void FindBeginningOfTail(const Sector& sector, std::size_t from) {
-    const ByteView bytes = sector.Bytes();
-    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
-    for (std::size_t length = longest; length > 0; --length) {
-      const ByteView beginning = ByteView(Self::kTail).first(length);
-      if (std::equal(beginning.begin(), beginning.end(), bytes.last(length).begin())) {
-        tailMatched = static_cast<std::uint32_t>(length);
-        return;
-      }
-    }
   }
 };
 
