@@ -39,7 +39,8 @@ class CKInddFileType final : public Detector<CKInddFileType> {
     KFileSimulator file(sector.RawBlock(), sector.Number(), kSizeLimit);
     const std::uint32_t pageCount = PageCount(sector, file);
     if (pageCount == 0) return std::nullopt;
-    const std::uint64_t end = EndOfStreams(file, pageCount * kPageSize);
+    const std::uint32_t endOfPages = pageCount * kPageSize;
+    const std::uint64_t end = EndOfStreams(file, endOfPages);
     return (end + kPageSize - 1) / kPageSize * kPageSize;
   }
 
