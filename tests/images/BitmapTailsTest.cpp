@@ -172,6 +172,12 @@ TEST(BitmapTails, ResetForgetsTheFileAndTheLimit) {
   });
 }
 
+bool IsLiteralHead(const TailKind& kind, const std::string& bytes) {
+  if (kind.head != PcxHead()) return bytes.compare(0, kind.head.size(), kind.head) == 0;
+  return bytes.size() >= 128 && bytes[0] == 10 && Literal("\0\2\3\4\5").find(bytes[1]) != std::string::npos &&
+         bytes[2] == 1 && bytes.compare(74, 54, std::string(54, '\0')) == 0;
+}
+
 /// The rules taken step by step and byte by byte.
 Hits LiteralTails(const TailKind& kind, std::uint64_t maxFileSize, const Device& device) {
   Hits hits;
@@ -182,7 +188,7 @@ Hits LiteralTails(const TailKind& kind, std::uint64_t maxFileSize, const Device&
   const auto n = static_cast<std::size_t>(device.SectorSize());
   const auto report = [&] { hits.push_back({fileStart, std::min(fileSize, maxFileSize)}); };
   for (std::size_t index = 0; index * n < bytes.size(); ++index) {
-    if (bytes.compare(index * n, kind.head.size(), kind.head) == 0 && device.SectorSize() >= kind.leastSector) {
+    if (device.SectorSize() >= kind.leastSector && IsLiteralHead(kind, bytes.substr(index * n))) {
       if (fileOpen && fileSize >= 256) report();
       fileStart = device.FirstSector() + index;
       fileSize = 0;
@@ -207,11 +213,11 @@ Hits LiteralTails(const TailKind& kind, std::uint64_t maxFileSize, const Device&
   return hits;
 }
 
-/// A device that is made of these pieces as often as of other bytes, always the same for a seed.
+/// A device that is made of these pieces, the first of which is a head, as often as of other bytes.
 Device DeviceMadeOf(std::mt19937& random, const std::vector<std::string>& pieces, int leastSector, int sizes,
                     std::uint64_t firstSector) {
   const int sectorSize = leastSector + static_cast<int>(random() % static_cast<unsigned>(sizes));
-  const int sectorCount = 1 + static_cast<int>(random() % 60);
+  const int sectorCount = 1 + static_cast<int>(random() % 150);
   const auto size = static_cast<std::size_t>(sectorSize) * static_cast<std::size_t>(sectorCount);
   std::string bytes;
   while (bytes.size() < size) {
@@ -229,6 +235,7 @@ Device DeviceMadeOf(std::mt19937& random, const std::vector<std::string>& pieces
       case 3:
         bytes.resize((bytes.size() / static_cast<std::size_t>(sectorSize) + 1) * static_cast<std::size_t>(sectorSize),
                      'y');
+        bytes += pieces.front();
         break;
       default:
         bytes += std::string(random() % static_cast<unsigned>(sectorSize), 'x');
@@ -243,7 +250,7 @@ Device DeviceMadeOf(std::mt19937& random, const std::vector<std::string>& pieces
 TEST(BitmapTails, AgreeWithTheRulesTakenByteByByte) {
   for (const TailKind& kind : kTailKinds) {
     std::vector<std::string> pieces = kind.tails;
-    pieces.push_back(kind.head);
+    pieces.insert(pieces.begin(), kind.head);
     std::mt19937 random(1);
     std::size_t found = 0;
     for (int i = 0; i < 1000; ++i) {
@@ -492,7 +499,7 @@ TEST(CKGXpmFileType, AgreesWithTheRulesTakenByteByByte) {
     ASSERT_EQ(Scan(*CreateDetector("CKGXpmFileType"), device), expected) << i;
     found += expected.size();
   }
-  EXPECT_GT(found, 4000U);
+  EXPECT_GT(found, 3000U);
 }
 
 }  // namespace
