@@ -213,10 +213,11 @@ Hits LiteralTails(const TailKind& kind, std::uint64_t maxFileSize, const Device&
   return hits;
 }
 
-/// A device that is made of these pieces, the first of which is a head, as often as of other bytes.
-Device DeviceMadeOf(std::mt19937& random, const std::vector<std::string>& pieces, int leastSector, int sizes,
+/// A device that is made of these pieces, the first of which is a head, and up to `mostFill` other bytes in a
+/// row.
+Device DeviceMadeOf(std::mt19937& random, const std::vector<std::string>& pieces, int leastSector, unsigned mostFill,
                     std::uint64_t firstSector) {
-  const int sectorSize = leastSector + static_cast<int>(random() % static_cast<unsigned>(sizes));
+  const int sectorSize = leastSector + static_cast<int>(random() % 60);
   const int sectorCount = 1 + static_cast<int>(random() % 150);
   const auto size = static_cast<std::size_t>(sectorSize) * static_cast<std::size_t>(sectorCount);
   std::string bytes;
@@ -238,7 +239,7 @@ Device DeviceMadeOf(std::mt19937& random, const std::vector<std::string>& pieces
         bytes += pieces.front();
         break;
       default:
-        bytes += std::string(random() % static_cast<unsigned>(sectorSize), 'x');
+        bytes += std::string(random() % mostFill, 'x');
     }
   }
   bytes.resize(size);
@@ -253,8 +254,8 @@ TEST(BitmapTails, AgreeWithTheRulesTakenByteByByte) {
     pieces.insert(pieces.begin(), kind.head);
     std::mt19937 random(1);
     std::size_t found = 0;
-    for (int i = 0; i < 1000; ++i) {
-      const Device device = DeviceMadeOf(random, pieces, kind.leastSector, 60, random() % 8 == 0 ? 0 : kFirst);
+    for (int i = 0; i < 500; ++i) {
+      const Device device = DeviceMadeOf(random, pieces, kind.leastSector, 1000, random() % 8 == 0 ? 0 : kFirst);
       const std::uint64_t limit = 200 + random() % 2000;
       const Hits expected = LiteralTails(kind, limit, device);
       const Detector detector = CreateDetector(std::string_view(kind.className));
@@ -262,7 +263,7 @@ TEST(BitmapTails, AgreeWithTheRulesTakenByteByByte) {
       ASSERT_EQ(Scan(*detector, device, {i % 4}), expected) << kind.className << " " << i;
       found += expected.size();
     }
-    EXPECT_GT(found, 500U) << kind.className;
+    EXPECT_GT(found, 200U) << kind.className;
   }
 }
 
@@ -397,11 +398,11 @@ TEST(CKGXpmFileType, FileWithoutEndIsGivenUpAt0x4000000) {
 
 TEST(CKGXpmFileType, SizeAboveTheLimitIsCutToIt) {
   const Detector detector = CreateDetector("CKGXpmFileType");
-  constexpr int kSize = 0x3000000;
+  constexpr int kSize = 0x1600000;
   std::vector<std::uint8_t> memory(kSize, 'x');
   std::copy(kXpm.begin(), kXpm.end(), memory.begin());
   RecordingSink sink;
-  for (const std::uint64_t sector : {kFirst, kFirst + 1}) {
+  for (const std::uint64_t sector : {kFirst, kFirst + 1, kFirst + 2}) {
     EXPECT_EQ(sink.Found(), Hits{});
     const RawSectorBlock block{sector, memory.data(), 1, kSize, nullptr};
     detector->Scan(&block, &sink);
@@ -493,13 +494,13 @@ TEST(CKGXpmFileType, AgreesWithTheRulesTakenByteByByte) {
   const std::vector<std::string> pieces = {kXpm, kXpmTail, Literal("\0\0"), Literal("\0\"\n}"), "\"\n\"\n"};
   std::mt19937 random(7);
   std::size_t found = 0;
-  for (int i = 0; i < 4000; ++i) {
+  for (int i = 0; i < 2000; ++i) {
     const Device device = DeviceMadeOf(random, pieces, 1, 40, random() % 8 == 0 ? 0 : kFirst);
     const Hits expected = LiteralXpm(device);
     ASSERT_EQ(Scan(*CreateDetector("CKGXpmFileType"), device), expected) << i;
     found += expected.size();
   }
-  EXPECT_GT(found, 3000U);
+  EXPECT_GT(found, 2000U);
 }
 
 }  // namespace
