@@ -35,9 +35,9 @@ class CKGXpmFileType final : public TailWalk<CKGXpmFileType> {
   std::optional<std::int64_t> EndIn(const Sector& sector) const {
     if (zeroPending != 0 && sector.U8(0) == 0) return -1;
     const ByteView bytes = sector.Bytes();
-    const std::optional<std::size_t> tail = FindText(bytes.first(bytes.size() - 1), kTail);
+    const std::optional<std::size_t> tail = Find(bytes.first(bytes.size() - 1), kTail);
     const ByteView inFront = bytes.first(tail.value_or(bytes.size()));
-    if (const std::optional<std::size_t> zeros = FindText(inFront, Bytes("\0\0"))) {
+    if (const std::optional<std::size_t> zeros = Find(inFront, Bytes("\0\0"))) {
       return static_cast<std::int64_t>(*zeros);
     }
     if (tail) return static_cast<std::int64_t>(*tail + kTail.Size());

@@ -188,7 +188,7 @@ Hits LiteralTails(const TailKind& kind, std::uint64_t maxFileSize, const Device&
   const auto n = static_cast<std::size_t>(device.SectorSize());
   const auto report = [&] { hits.push_back({fileStart, std::min(fileSize, maxFileSize)}); };
   for (std::size_t index = 0; index * n < bytes.size(); ++index) {
-    if (device.SectorSize() >= kind.leastSector && IsLiteralHead(kind, bytes.substr(index * n))) {
+    if (device.SectorSize() >= kind.leastSector && IsLiteralHead(kind, bytes.substr(index * n, 256))) {
       if (fileOpen && fileSize >= 256) report();
       fileStart = device.FirstSector() + index;
       fileSize = 0;
@@ -475,7 +475,7 @@ Hits LiteralXpm(const Device& device) {
     return false;
   };
   for (std::size_t index = 0; index * n < bytes.size(); ++index) {
-    const std::string rest = bytes.substr(index * n);
+    const std::string rest = bytes.substr(index * n, n + 9);
     if (rest.compare(0, 9, kXpm) == 0) {
       if (size != 0) report();
       start = device.FirstSector() + index;
