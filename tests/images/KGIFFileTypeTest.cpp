@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <random>
+#include <utility>
 
 #include "tests/support/Scanning.h"
 
@@ -16,12 +17,12 @@ std::string Head(unsigned width, unsigned height, unsigned flags = 0) {
          static_cast<char>(flags) + Literal("\0\0");
 }
 
-std::string Zeros(std::size_t count) { return std::string(count, '\0'); }
 std::string Repeat(const std::string& piece, std::size_t count) {
   std::string bytes;
   for (std::size_t i = 0; i < count; ++i) bytes += piece;
   return bytes;
 }
+std::string Zeros(std::size_t count) { return Repeat(Literal("\0"), count); }
 
 /// An image descriptor.
 std::string Image(unsigned flags = 0) { return "," + Zeros(8) + static_cast<char>(flags); }
@@ -220,7 +221,7 @@ TEST(KGIFFileType, EveryHeadIsWalkedFromAnew) {
 /// The walk taken step by step over a file in memory, with zeros behind.
 class LiteralWalk {
  public:
-  explicit LiteralWalk(const std::string& bytes) : bytes_(bytes) { Run(); }
+  explicit LiteralWalk(std::string bytes) : bytes_(std::move(bytes)) { Run(); }
 
   std::optional<std::uint64_t> ReportedSize() const {
     if (position_ + 1 < 256) return std::nullopt;

@@ -13,12 +13,12 @@ namespace {
 constexpr std::uint64_t kFirst = Device::kFirstSector;
 
 std::string BigU16(std::uint16_t value) { return {static_cast<char>(value >> 8), static_cast<char>(value)}; }
-std::string Zeros(std::size_t count) { return std::string(count, '\0'); }
 std::string Repeat(const std::string& piece, std::size_t count) {
   std::string bytes;
   for (std::size_t i = 0; i < count; ++i) bytes += piece;
   return bytes;
 }
+std::string Zeros(std::size_t count) { return Repeat(Literal("\0"), count); }
 
 /// A device with the file from its second sector on, and zeros everywhere else.
 Device DeviceWith(const std::string& file, int sectorSize = 512) {
