@@ -2,7 +2,6 @@
 
 #include <optional>
 #include <random>
-#include <utility>
 
 #include "tests/support/Scanning.h"
 
@@ -221,7 +220,7 @@ TEST(KGIFFileType, EveryHeadIsWalkedFromAnew) {
 /// The walk taken step by step over a file in memory, with zeros behind.
 class LiteralWalk {
  public:
-  explicit LiteralWalk(std::string bytes) : bytes_(std::move(bytes)) { Run(); }
+  explicit LiteralWalk(const std::string& bytes) : bytes_(bytes) { Run(); }
 
   std::optional<std::uint64_t> ReportedSize() const {
     if (position_ + 1 < 256) return std::nullopt;
@@ -280,7 +279,7 @@ class LiteralWalk {
     }
   }
 
-  std::string bytes_;
+  const std::string& bytes_;
   std::size_t position_ = 0;
   unsigned height_ = 0;
   bool trailerSeen_ = false;
