@@ -105,7 +105,7 @@ class TailWalk : public Detector<Self> {
   /// Looks for the tail in a sector and reports the file if it ends there.
   /// \return Whether it did, or the sector is done with.
   bool FindTail(const Sector& sector, IRawHitSink* sink) {
-    if (tailMatched != 0 && FindRestOfTail(sector, sink)) return true;
+    if (FindRestOfTail(sector, sink)) return true;
     const auto [ended, stoppedAt] = FindWholeTail(sector, sink);
     if (Self::kStraddles && !(ended && Self::kStopsAtTail)) FindBeginningOfTail(sector, stoppedAt);
     return ended;
@@ -122,6 +122,30 @@ class TailWalk : public Detector<Self> {
   void ReportAndClose(IRawHitSink* sink) {
     this->Report(sink, fileStart, fileSize);
     CloseFile();
+  }
+
+  /// A tail that began at the end of the sector before. \return Whether the file ended, or the sector is done with.
+  bool FindRestOfTail(const Sector& sector, IRawHitSink* sink) {
+    if (tailMatched == 0) return false;
+    const std::size_t matched = tailMatched;
+    tailMatched = 0;
+    if (!sector.Has(0, ByteView(Self::kTail).subspan(matched))) return Self::kLosesSector;
+    if (!this->ThisDetector().EndsAtTail()) return false;
+    fileSize += Self::SizeUpToRest(matched);
+    ReportAndClose(sink);
+    return true;
+  }
+
+  /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
+  void FindBeginningOfTail(const Sector& sector, std::size_t from) {
+    const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
+    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
+    for (std::size_t length = longest; length > 0; --length) {
+      if (BeginsWith(Self::kTail, bytes.last(length))) {
+        tailMatched = static_cast<std::uint32_t>(length);
+        return;
+      }
+    }
   }
 
  private:
@@ -147,17 +171,6 @@ class TailWalk : public Detector<Self> {
     this->ThisDetector().ClearCount();
   }
 
-  /// A tail that began at the end of the sector before.
-  bool FindRestOfTail(const Sector& sector, IRawHitSink* sink) {
-    const std::size_t matched = tailMatched;
-    tailMatched = 0;
-    if (!sector.Has(0, ByteView(Self::kTail).subspan(matched))) return Self::kLosesSector;
-    if (!this->ThisDetector().EndsAtTail()) return false;
-    fileSize += Self::SizeUpToRest(matched);
-    ReportAndClose(sink);
-    return true;
-  }
-
   struct Search {
     bool ended;
     std::size_t stoppedAt;
@@ -181,18 +194,6 @@ class TailWalk : public Detector<Self> {
       from = *found + 1;
     }
     return {false, places};
-  }
-
-  /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
-  void FindBeginningOfTail(const Sector& sector, std::size_t from) {
-    const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
-    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
-    for (std::size_t length = longest; length > 0; --length) {
-      if (BeginsWith(Self::kTail, bytes.last(length))) {
-        tailMatched = static_cast<std::uint32_t>(length);
-        return;
-      }
-    }
   }
 };
 
