@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Makes the archives in archives/ anew with programs from Debian: arj, bzip2, cpio, dpkg-deb, gcab, genisoimage, gzip,
+# Makes the archives in archives/ anew with programs from Debian: arj, bzip2, dpkg-deb, gcab, genisoimage, gzip,
 # jlha, lzop, compress (ncompress), python3, rpm, tar and xz.
 # Other versions of the programs write other bytes; then see what tests/archives/ArchiveFilesTest.cpp asks of them.
 set -euo pipefail
@@ -34,7 +34,6 @@ gcab -c -z two_packed.cab first.txt second.txt
 jlha a2q two.lzh first.txt second.txt
 jlha a0q two_level0.lzh first.txt second.txt
 arj a -i -y two.arj first.txt second.txt >&2
-printf '%s\n' first.txt second.txt | cpio --quiet -o -H newc >two.cpio
 
 mkdir -p package/DEBIAN package/usr/share/words
 printf 'Package: words\nVersion: 1\nArchitecture: all\nMaintainer: nobody <nobody@example.org>\nDescription: words\n' \
@@ -72,12 +71,12 @@ stat -c %s image.iso >descriptor.iso.size
 # A binary property list as Safari writes them.
 python3 - <<'PY'
 import plistlib
-text = open("first.txt", "rb").read()
+text = open("second.txt", "rb").read()
 page = {"WebResourceData": text, "WebResourceMIMEType": "text/html", "WebResourceURL": "http://example.org/",
         "WebResourceTextEncodingName": "UTF-8", "WebResourceFrameName": ""}
 open("page.webarchive", "wb").write(plistlib.dumps({"WebMainResource": page}, fmt=plistlib.FMT_BINARY))
 PY
 
-cp ./*.gz ./*.xz ./*.bz2 ./*.Z ./*.lzo ./*.tar ./*.cab ./*.lzh ./*.arj ./*.cpio ./*.deb ./*.rpm descriptor.* \
+cp ./*.gz ./*.xz ./*.bz2 ./*.Z ./*.lzo ./*.tar ./*.cab ./*.lzh ./*.arj ./*.deb ./*.rpm descriptor.* \
   ./*.webarchive "$folder"
 ls -l "$folder"

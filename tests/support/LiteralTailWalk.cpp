@@ -64,9 +64,8 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
 
   for (int index = 0; index < device.SectorCount(); ++index) {
     const std::string rest = bytes.substr(static_cast<std::size_t>(index) * n);
-    const bool isHead = std::any_of(heads.begin(), heads.end(),
-                                    [&](const std::string& head) { return rest.compare(0, head.size(), head) == 0; });
-    if (isHead) {
+    const auto stands = [&](const std::string& head) { return rest.compare(0, head.size(), head) == 0; };
+    if (isHead ? isHead(rest) : std::any_of(heads.begin(), heads.end(), stands)) {
       const bool sizeSaysSo = fileSize != 0 && (headAsksFileSizeAlone || fileStart != 0);
       if (headAsksFileStart ? fileStart != 0 : sizeSaysSo) {
         report();

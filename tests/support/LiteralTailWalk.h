@@ -27,6 +27,8 @@ struct LiteralTailWalk {
   bool seesTailAtEnd = false;          ///< A whole tail may touch the sector's last byte.
   bool straddles = true;               ///< A tail across two sectors is seen.
   bool losesSector = false;            ///< A sector that doesn't go on with a tail that was begun isn't counted.
+  /// In place of `heads`, for those with gaps: asked of a sector's bytes and all behind it.
+  std::function<bool(const std::string&)> isHead = nullptr;
 
   /// The hits in the device's whole length.
   Hits Scan(const Device& device) const;
