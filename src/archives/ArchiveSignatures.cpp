@@ -5,14 +5,14 @@ namespace qzmtraw {
 
 // Archives of which a signature is all that is looked at: nothing in their heads tells how long they are.
 
-/// Backups, or printer files, of one maker.
+/// Backup files that begin with a mark of 16 bytes.
 class CKBakOrPrtFileType final : public StartOnly<CKBakOrPrtFileType> {
  public:
   static constexpr auto kHead = At(0, "\xA5\x0F\xF0\x5A\x1E\x02\0\0\x30\x4D\x33\x43\x0B\0\xFF\0");
   static constexpr SizeHints kHints{256, 0x64000000};
 };
 
-/// Catalogues of a backup program.
+/// Files of a backup program.
 class CKARdbFileType final : public StartOnly<CKARdbFileType> {
  public:
   static constexpr auto kHead = At(0, "531E98204F8542F0");
@@ -26,6 +26,7 @@ class CKAAceFileType final : public StartOnly<CKAAceFileType> {
   static constexpr SizeHints kHints{256, 0x64000000};
 };
 
+/// BAG archives.
 class CKABagFileType final : public StartOnly<CKABagFileType> {
  public:
   static constexpr auto kHead = At(1, "gab") && At(5, "%%");
@@ -46,7 +47,7 @@ class CKADebFileType final : public StartOnly<CKADebFileType> {
   static constexpr SizeHints kHints{256, 0x64000000};
 };
 
-/// Archives of HA. A file name that isn't longer than most ends at offset 21.
+/// Archives of HA whose first member has an empty path.
 class CKAHaFileType final : public StartOnly<CKAHaFileType> {
  public:
   static constexpr auto kHead = At(0, "HA") && At(21, "\0");

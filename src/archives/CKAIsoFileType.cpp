@@ -6,9 +6,7 @@ namespace qzmtraw {
 /// 32768 bytes.
 class CKAIsoFileType final : public StartOnly<CKAIsoFileType> {
  public:
-  static constexpr auto kHead = At(0,
-                                   "\x01"
-                                   "CD001");
+  static constexpr auto kHead = At(0, "\1CD001");
   static constexpr std::int32_t kFloor = 133;
 
   /// The image must not start in front of the device.

@@ -35,7 +35,7 @@ class CKALzhFileType final : public StartOnly<CKALzhFileType> {
 
  private:
   static constexpr std::uint32_t kHeaderBytes = 15;
-  static constexpr int kMostMembers = 16384;
+  static constexpr int kMostMembers = 4096;
 
   /// Whether the beginning of a member's header names a method of compression.
   static bool HasMethod(ByteView header) {

@@ -6,9 +6,7 @@ namespace qzmtraw {
 /// Inside a sector its zeros alone decide.
 class CKAXzhFileType final : public TailWalk<CKAXzhFileType> {
  public:
-  static constexpr auto kHead = At(0,
-                                   "\xFD"
-                                   "7zXZ\0\0");
+  static constexpr auto kHead = At(0, "\xFD\x37zXZ\0\0");
   static constexpr auto kTail = Bytes("\0\0\0\0\x01YZ");
   static constexpr std::int64_t kLimit = 0x2000000;
   static constexpr LimitTest kLimitTest = LimitTest::kAtOrAbove;

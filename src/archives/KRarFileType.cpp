@@ -3,8 +3,8 @@
 namespace qzmtraw {
 
 /// RAR archives of versions 1.5 to 4 (RAR 4's technote.txt). Behind the marker block comes the checksum of the main
-/// header, of which the low byte belongs to the archives that are looked for. The end is a block without data and
-/// flags but one.
+/// header, whose low byte is always the same in the archives that are looked for. They end with an end block of seven
+/// bytes, which has no data and one flag.
 class KRarFileType final : public HeadTail<KRarFileType> {
  public:
   static constexpr auto kHead = At(0, "Rar!\x1A\x07\0\xCF");

@@ -40,13 +40,7 @@ std::vector<Signature> Signatures() {
       {"CKATarFileType", {{0, Literal("\0")}, {257, Literal("ustar\0")}}},
       {"CKATarFileType", {{0, Literal("\0")}, {257, Literal("ustar  \0")}}},
       {"CKAImpFileType", {{0, "IMP\n"}, {20, LittleU32(0)}, {42, "IMPLH"}}, 1, {20, 21, 22, 23}},
-      {"CKAIsoFileType",
-       {{0,
-         "\x01"
-         "CD001"},
-        {80, LittleU32(0)}},
-       133,
-       {80, 81, 82, 83}},
+      {"CKAIsoFileType", {{0, "\1CD001"}, {80, LittleU32(0)}}, 133, {80, 81, 82, 83}},
   };
 }
 
@@ -198,12 +192,7 @@ TEST(CKAImpFileType, ReportsTheHeadsSizeWhateverItIs) {
 
 Device DeviceWithDescriptor(std::uint64_t sector, int sectorSize, std::uint32_t blocks, std::uint16_t blockSize) {
   Device device(1, sectorSize, sector);
-  device
-      .Put(sector,
-           "\x01"
-           "CD001")
-      .Put(sector, 80, LittleU32(blocks))
-      .Put(sector, 128, LittleU16(blockSize));
+  device.Put(sector, "\1CD001").Put(sector, 80, LittleU32(blocks)).Put(sector, 128, LittleU16(blockSize));
   return device;
 }
 
@@ -241,12 +230,7 @@ TEST(CKAIsoFileType, SizeIsAnUnsignedProductOf32Bits) {
 }
 
 TEST(CKAIsoFileType, NeedsSectorsOf133Bytes) {
-  Device device = Device(2, 132)
-                      .Put(kFirst,
-                           "\x01"
-                           "CD001")
-                      .Put(kFirst, 80, LittleU32(7))
-                      .Put(kFirst, 128, LittleU16(3));
+  Device device = Device(2, 132).Put(kFirst, "\1CD001").Put(kFirst, 80, LittleU32(7)).Put(kFirst, 128, LittleU16(3));
   EXPECT_EQ(Scan(*CreateDetector("CKAIsoFileType"), device), Hits{});
   EXPECT_EQ(Scan(*CreateDetector("CKAIsoFileType"), DeviceWithDescriptor(kFirst, 133, 7, 3)),
             (Hits{{kFirst - 246, 21}}));

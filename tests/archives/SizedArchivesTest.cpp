@@ -165,7 +165,7 @@ TEST(CKALzhFileType, KnowsTheMethods) {
   for (const char* method : {"-lh0-", "-lh5-", "-lhd-", "-lh--", "-lh\xFF-", "-lzs-", "-lz4-"}) {
     EXPECT_EQ(ScanLzh(Device(3).Put(kFirst + 1, Member(30, 100, method))), (Hits{{kFirst + 1, 131}})) << method;
   }
-  for (const char* method : {"-lz5-", "-lz4x", "-lzS-", "-lh5x", "-li5-", "-pm0-", "xlh5-", "-LH5-"}) {
+  for (const char* method : {"-lz5-", "-lz4x", "-lzsx", "-lzS-", "-lh5x", "-li5-", "-pm0-", "xlh5-", "-LH5-"}) {
     EXPECT_EQ(ScanLzh(Device(3).Put(kFirst + 1, Member(30, 100, method))), Hits{}) << method;
   }
 }
@@ -245,7 +245,7 @@ TEST(CKALzhFileType, ReaderThatAnswersForEverDoesntHoldUpTheScan) {
   const RawSectorBlock block{kFirst, sector.data(), 1, 512, &reader};
   RecordingSink sink;
   CreateDetector("CKALzhFileType")->Scan(&block, &sink);
-  EXPECT_EQ(sink.Found(), (Hits{{kFirst, std::uint64_t{16384} * 512 + 1}}));
+  EXPECT_EQ(sink.Found(), (Hits{{kFirst, std::uint64_t{4096} * 512 + 1}}));
 }
 
 TEST(CKALzhFileType, EveryHeadIsAFileOfItsOwn) {
