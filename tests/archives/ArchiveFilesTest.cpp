@@ -62,7 +62,7 @@ TEST(ArchiveFiles, OfGzipLoseTheZerosThatTheyEndWith) {
 
 TEST(ArchiveFiles, OfRpmEndInTheirLead) {
   for (const char* name : {"xz.rpm", "gzip.rpm"}) {
-    // The package's type, 0, and its architecture's upper byte, 0, would make three zeros.
+    // The minor version, the package's type and the upper byte of its architecture.
     ASSERT_EQ(Read(name).substr(5, 4), Literal("\0\0\0\0"));
     EXPECT_EQ(ScanFile("CKARpmFileType", Read(name)), (Hits{{kFirst + 3, 9}})) << name;
   }
