@@ -18,7 +18,10 @@ class CKAIsoFileType final : public StartOnly<CKAIsoFileType> {
   }
 
   /// The volume's number of blocks and the size of one. The product wraps at 32 bits.
-  static std::uint64_t SizeAt(const Sector& sector) { return sector.U32(80) * std::uint32_t{sector.U16(128)}; }
+  static std::uint64_t SizeAt(const Sector& sector) {
+    const std::uint32_t size = sector.U32(80) * std::uint32_t{sector.U16(128)};
+    return size;
+  }
 };
 
 DETECTOR(CKAIsoFileType);
