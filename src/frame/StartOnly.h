@@ -9,16 +9,21 @@ namespace qzmtraw {
 /// 0, for which a host falls back on the kind's hints, unless `Self` states
 ///
 ///     static std::uint64_t SizeAt(const Sector& sector);    the size in bytes, reported as it comes out
+///
+/// and its start is the head's sector, unless `Self` states
+///
+///     static std::uint64_t StartAt(const Sector& sector);    the sector at which the file starts
 template <class Self>
 class StartOnly : public Detector<Self> {
  public:
   std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
     const Block block(rawBlock);
     ForEachHead(this->ThisDetector(), block,
-                [&](const Sector& sector) { this->Report(sink, sector.Number(), Self::SizeAt(sector)); });
+                [&](const Sector& sector) { this->Report(sink, Self::StartAt(sector), Self::SizeAt(sector)); });
     return static_cast<std::uint32_t>(block.SectorCount());
   }
 
+  static std::uint64_t StartAt(const Sector& sector) { return sector.Number(); }
   static std::uint64_t SizeAt(const Sector& /*sector*/) { return 0; }
 };
 
