@@ -121,6 +121,18 @@ class TailWalk : public Detector<Self> {
     CloseFile();
   }
 
+  /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
+  void FindBeginningOfTail(const Sector& sector, std::size_t from) {
+    const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
+    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
+    for (std::size_t length = longest; length > 0; --length) {
+      if (BeginsWith(Self::kTail, bytes.last(length))) {
+        tailMatched = static_cast<std::uint32_t>(length);
+        return;
+      }
+    }
+  }
+
  private:
   void CloseFile() {
     fileStart = 0;
@@ -178,18 +190,6 @@ class TailWalk : public Detector<Self> {
       from = *found + 1;
     }
     return {false, places};
-  }
-
-  /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
-  void FindBeginningOfTail(const Sector& sector, std::size_t from) {
-    const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
-    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
-    for (std::size_t length = longest; length > 0; --length) {
-      if (BeginsWith(Self::kTail, bytes.last(length))) {
-        tailMatched = static_cast<std::uint32_t>(length);
-        return;
-      }
-    }
   }
 };
 
