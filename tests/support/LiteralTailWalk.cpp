@@ -45,7 +45,7 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
     std::size_t i = 0;
     const std::size_t compared = comparedBytes == 0 ? m : comparedBytes;
     for (; i + m < n || (seesTailAtEnd && i + m == n); ++i) {
-      if (s.compare(i, compared, tail, 0, compared) == 0 && countsAsEnd()) {
+      if (seesWholeTails && s.compare(i, compared, tail, 0, compared) == 0 && countsAsEnd()) {
         fileSize += sizeUpTo(i);
         report();
         found = true;
