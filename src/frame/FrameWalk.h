@@ -60,13 +60,14 @@ class FrameWalk : public Detector<Self> {
 
   /// Steps over the frames whose headers lie in the sector, from `frameOffset` on.
   void Walk(const Sector& sector, IRawHitSink* sink) {
-    // A length that wraps leads back. The walk ends when it comes to where it has been: there, at its start, or at a
-    // step whose number is a power of two.
+    // A length that wraps leads back. The walk ends when it comes to where it was at its start, or after a number of
+    // steps that is a power of two.
+    const std::uint32_t firstOffset = frameOffset;
     std::uint32_t earlierOffset = frameOffset;
     for (std::uint32_t steps = 1; frameOffset + std::uint64_t{kHeaderSize} <= SizeOf(sector); ++steps) {
       const std::uint8_t* const header = sector.Bytes().data() + frameOffset;
       if (!StepOver(Self::LengthOf(header), frameOffset, sector, sink)) return;
-      if (frameOffset == earlierOffset) return End(sink);
+      if (frameOffset == firstOffset || frameOffset == earlierOffset) return End(sink);
       if (std::has_single_bit(steps)) earlierOffset = frameOffset;
     }
     SplitHeader(sector, sink);

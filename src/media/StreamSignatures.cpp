@@ -40,7 +40,8 @@ class CKMDatFileType final : public StartOnly<CKMDatFileType> {
 
 DETECTOR(CKMDatFileType);
 
-/// FLAC audio (RFC 9639). The first metadata block is STREAMINFO, which may be the last one as well.
+/// FLAC audio (RFC 9639). The first metadata block is STREAMINFO, which may be the last one as well. The length in its
+/// header has to be zero, though encoders write that of the block.
 class CKMFlacFileType final : public StartOnly<CKMFlacFileType> {
  public:
   static constexpr auto kHead = At(0, "fLaC") && (At(4, "\0\0\0\0") || At(4, "\x80\0\0\0"));

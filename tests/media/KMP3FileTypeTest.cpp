@@ -227,9 +227,10 @@ class ChainReader final : public IRawSectorReader {
 /// The size of a file whose head is in the block, and whose frames, of any kind, are in the reader's hands.
 Sizes SizeOfChain(const std::string& header, std::uint64_t length, std::uint64_t count, std::uint64_t maxFileSize = 0) {
   const std::uint64_t start = FreshStretch();
-  std::vector<std::uint8_t> sector(512, 0);
-  std::copy(kHeader96.begin(), kHeader96.end(), sector.begin());
   ChainReader reader(start, header, length, count);
+  std::vector<std::uint8_t> sector(512);
+  reader.ReadSectors(start, sector.data(), 1);
+  std::copy(kHeader96.begin(), kHeader96.end(), sector.begin());
   const RawSectorBlock block{start, sector.data(), 1, 512, &reader};
   RecordingSink sink;
   const Detector detector = CreateDetector("KMP3FileType");

@@ -85,7 +85,11 @@ TEST(MediaStreams, SceneIsFoundWhereItsLastBytesTouchASectorsEnd) {
   EXPECT_EQ(ScanFile("CKMFbxFileType", scene), Hits{});
 }
 
-TEST(MediaStreams, FlacIsFound) { EXPECT_EQ(ScanFile("CKMFlacFileType", Read("tone.flac")), (Hits{{kStart, 0}})); }
+TEST(MediaStreams, FlacWithTheLengthOfItsFirstBlockIsNotTaken) {
+  const std::string file = Read("tone.flac");
+  ASSERT_EQ(file.substr(0, 8), std::string("fLaC\0\0\0\x22", 8));
+  EXPECT_EQ(ScanFile("CKMFlacFileType", file), Hits{});
+}
 
 }  // namespace
 }  // namespace qzmtraw::test

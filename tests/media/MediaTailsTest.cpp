@@ -47,7 +47,7 @@ TEST(MediaTails, EveryByteOfTheHeadCounts) {
     for (std::size_t i = 0; i < kind.head.size(); ++i) {
       std::string other = kind.head;
       other[i] = static_cast<char>(other[i] ^ 1);
-      counted += scan(other).empty() ? 1 : 0;
+      if (scan(other).empty()) ++counted;
     }
     EXPECT_EQ(counted, kind.head == kAmvHead ? 12U : kind.head == kFbxHead ? 20U : 8U) << kind.className;
   }
@@ -98,11 +98,11 @@ TEST(MediaTails, FileWithoutATailEndsAboveTheLimit) {
     EXPECT_EQ(sink.Found(), Hits{});
     // What ends the sector in which the limit is passed is forgotten.
     const std::string& tail = kind.head == kOfrHead ? kOfrTail : kind.tail;
-    std::copy(tail.begin(), tail.end(), memory.end() - 10);
+    std::copy(tail.rbegin(), tail.rend(), memory.rbegin());
     feed(kFirst + 1600);
     EXPECT_EQ(sink.Found(), (Hits{{kFirst, kLimit}}));
-    std::fill_n(memory.begin(), 64, 0);
     std::copy(kind.head.begin(), kind.head.end(), memory.begin());
+    memory[32 - kOfrTail.size()] = 0;
     feed(kFirst + 1601);
     EXPECT_EQ(sink.Found().size(), 1U) << kind.className;
   }
