@@ -194,11 +194,11 @@ TEST(KMP3FileType, ReaderThatFailsFindsNothing) {
   EXPECT_EQ(SizesOf(Frames(700, kFrame96), 65536), Sizes{});
 }
 
-/// Serves a chain of frames, all of one header and length, at a sector; nothing behind it.
+/// Serves a chain of frames, all of one header and length, at a sector, and what follows it.
 class ChainReader final : public IRawSectorReader {
  public:
-  ChainReader(std::uint64_t start, std::string header, std::uint64_t length, std::uint64_t count)
-      : start_(start), header_(std::move(header)), length_(length), count_(count) {}
+  ChainReader(std::uint64_t start, std::string header, std::uint64_t length, std::uint64_t count, std::string behind)
+      : start_(start), header_(std::move(header)), length_(length), count_(count), behind_(std::move(behind)) {}
 
   std::uint32_t ReservedOperation1() override { return 0; }
   std::uint32_t ReservedOperation2() override { return 0; }
@@ -208,10 +208,11 @@ class ChainReader final : public IRawSectorReader {
     const std::uint64_t size = std::uint64_t{sectorCount} * 512;
     auto* const bytes = static_cast<char*>(buffer);
     std::memset(bytes, 0, size);
-    for (std::uint64_t frame = from / length_; frame < count_ && frame * length_ < from + size; ++frame) {
-      for (std::uint64_t i = 0; i < header_.size(); ++i) {
+    for (std::uint64_t frame = from / length_; frame <= count_ && frame * length_ < from + size; ++frame) {
+      const std::string& bytesOfFrame = frame < count_ ? header_ : behind_;
+      for (std::uint64_t i = 0; i < bytesOfFrame.size(); ++i) {
         const std::uint64_t at = frame * length_ + i;
-        if (at >= from && at < from + size) bytes[at - from] = header_[i];
+        if (at >= from && at < from + size) bytes[at - from] = bytesOfFrame[i];
       }
     }
     return 0;
@@ -222,12 +223,14 @@ class ChainReader final : public IRawSectorReader {
   std::string header_;
   std::uint64_t length_;
   std::uint64_t count_;
+  std::string behind_;
 };
 
 /// The size of a file whose head is in the block, and whose frames, of any kind, are in the reader's hands.
-Sizes SizeOfChain(const std::string& header, std::uint64_t length, std::uint64_t count, std::uint64_t maxFileSize = 0) {
+Sizes SizeOfChain(const std::string& header, std::uint64_t length, std::uint64_t count, std::uint64_t maxFileSize = 0,
+                  const std::string& behind = "") {
   const std::uint64_t start = FreshStretch();
-  ChainReader reader(start, header, length, count);
+  ChainReader reader(start, header, length, count, behind);
   std::vector<std::uint8_t> sector(512);
   reader.ReadSectors(start, sector.data(), 1);
   std::copy(kHeader96.begin(), kHeader96.end(), sector.begin());
@@ -296,6 +299,9 @@ TEST(KMP3FileType, FileHas16384Bytes) {
   const std::string header = Literal("\xFF\xFF\x06\x04");
   EXPECT_EQ(SizeOfChain(header, 4, 4095), Sizes{});
   EXPECT_EQ(SizeOfChain(header, 4, 4096), (Sizes{16384 + kMargin}));
+  // A tag behind the chain is part of them.
+  EXPECT_EQ(SizeOfChain(header, 4, 4063, 0, "ID3"), Sizes{});
+  EXPECT_EQ(SizeOfChain(header, 4, 4064, 0, "ID3"), (Sizes{16384 + kMargin}));
 }
 
 TEST(KMP3FileType, ChainEndsWithTheFrameThatPasses64MiB) {
