@@ -46,7 +46,7 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
     const std::size_t n = s.size();
     const std::size_t compared = comparedBytes == 0 ? m : comparedBytes;
     for (; i + m < n || (seesTailAtEnd && i + m == n); ++i) {
-      if (s.compare(i, compared, tail, 0, compared) == 0 && countsAsEnd()) {
+      if (seesWholeTails && s.compare(i, compared, tail, 0, compared) == 0 && countsAsEnd()) {
         fileSize += sizeUpTo(i);
         report();
         found = true;

@@ -26,6 +26,7 @@ struct LiteralTailWalk {
   std::size_t comparedBytes = 0;       ///< Of the tail, inside a sector; 0: all.
   bool seesTailAtEnd = false;          ///< A whole tail may touch the sector's last byte.
   bool straddles = true;               ///< A tail across two sectors is seen.
+  bool seesWholeTails = true;          ///< A whole tail inside a sector is seen.
   bool losesSector = false;            ///< A sector that doesn't go on with a tail that was begun isn't counted.
   bool headForgetsMatch = false;       ///< A head that closes a file forgets the beginning of a tail.
   std::size_t uncountedAtHead = 0;     ///< Bytes at the end of a head's sector that aren't searched or counted.
