@@ -67,12 +67,13 @@ std::uint64_t StepsOf(Chain& chain, std::uint64_t sector = kFirst) {
 }
 
 TEST(ChainWalk, EndlessChainsAreCutAndFarStepsCostMore) {
-  Chain near([](std::uint64_t place) { return std::optional(place + 1); });
-  EXPECT_EQ(StepsOf(near), (1U << 26U) + 1);
+  constexpr std::uint64_t kFarSteps = 1U << 18U;
   Chain far([](std::uint64_t place) { return std::optional(place + 32768); });
-  EXPECT_EQ(StepsOf(far), (1U << 18U) + 1);
+  EXPECT_EQ(StepsOf(far), kFarSteps + 1);
   Chain back([](std::uint64_t place) { return std::optional(place - 1); });
-  EXPECT_EQ(StepsOf(back), (1U << 18U) + 1);
+  EXPECT_EQ(StepsOf(back), kFarSteps + 1);
+  Chain nearAtLast([](std::uint64_t place) { return std::optional(place + (place < 1000 * 32768 ? 32767 : 32768)); });
+  EXPECT_EQ(StepsOf(nearAtLast), kFarSteps + 1000 - 3 + 1);
 }
 
 TEST(ChainWalk, AllowanceIsEarnedBySectors) {

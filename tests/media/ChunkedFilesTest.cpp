@@ -166,7 +166,7 @@ TEST(KAviFileType, NeedsSectorsOf17Bytes) {
 TEST(KAviFileType, AddsTheChunksThatFollow) {
   Device device(60, 512, kFirst, 0);
   device.Put(kFirst + 1, Avi(5000)).Put(kFirst + 1, 5008, Avix(3000)).Put(kFirst + 1, 8016, Avix(100));
-  device.Put(kFirst + 1, 8124, Avix(0)).Put(kFirst + 1, 8132, "RIFX");
+  device.Put(kFirst + 1, 8124, Avix(0));
   EXPECT_EQ(ScanAnyCut("KAviFileType", device), OneHit(8132));
 }
 
@@ -194,15 +194,15 @@ TEST(KAviFileType, ReachesTo0x2000000000) {
   std::uint64_t end = 0x40000000;
   for (int i = 0; i < 63; ++i, end += 0x7FFFFFF8) device.Put(end, Avix(0x7FFFFFF0));
   const auto rest = static_cast<std::int64_t>(0x2000000000 - end);
-  device.Put(end, Avix(rest - 16)).Put(0x2000000000 - 8, Avix(0)).Put(0x2000000000, Avix(500));
+  device.Put(end, Avix(rest - 24)).Put(0x2000000000 - 16, Avix(8)).Put(0x2000000000, Avix(500));
   const Detector detector = CreateDetector("KAviFileType");
   EXPECT_EQ(device.ScanHead(*detector), AviHit(0x2000000000));
   detector->SetMaxFileSize(0x7FFFFFFFFFFFFFFF);
   EXPECT_EQ(device.ScanHead(*detector), AviHit(0x2000000000));
-  device.Put(0x2000000000 - 8, Avix(1000)).Put(0x2000000000 + 1000, Avix(1000));
+  device.Put(0x2000000000 - 16, Avix(1000)).Put(0x2000000000 + 992, Avix(1000));
   EXPECT_EQ(device.ScanHead(*detector), AviHit(0x2000000000));
-  device.Put(0x2000000000 - 8, Literal("\0"));
-  EXPECT_EQ(device.ScanHead(*detector), AviHit(0x2000000000 - 8));
+  device.Put(0x2000000000 - 16, "");
+  EXPECT_EQ(device.ScanHead(*detector), AviHit(0x2000000000 - 16));
 }
 
 TEST(KAviFileType, LimitOfTheHostClips) {

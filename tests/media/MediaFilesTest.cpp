@@ -48,7 +48,6 @@ TEST(MediaFiles, HaveTheSizesThatTheirContainersTell) {
       {"audio.voc", "CKMVocFileType"},
       {"speech.amr", "CKMAmrFileType"},
       {"audio.tta", "CKMTtaFileType", 0, false},
-      {"picture.mxf", "CKMMxfFileType", 0, false},
   };
   for (const MediaFile& file : files) {
     const std::string bytes = Read(file.name);
@@ -56,6 +55,17 @@ TEST(MediaFiles, HaveTheSizesThatTheirContainersTell) {
     const Device device = Device(60, 512, kFirst, 0).Put(kFirst + 3, bytes);
     EXPECT_EQ(ScanAnyCut(file.className, device), (Hits{{kFirst + 3, file.sizeKnown ? size : 0}})) << file.name;
   }
+}
+
+TEST(MediaFiles, EveryPartitionOfMaterialAtASectorIsAStart) {
+  const std::string bytes = Read("picture.mxf");
+  const std::string mark = Literal("\x06\x0E\x2B\x34\x02\x05\x01\x01\x0D\x01\x02");
+  Hits expected;
+  for (std::size_t at = 0; at < bytes.size(); at += 512) {
+    if (bytes.compare(at, mark.size(), mark) == 0) expected.push_back({kFirst + 3 + at / 512, 0});
+  }
+  ASSERT_GT(expected.size(), 1U);
+  EXPECT_EQ(ScanAnyCut("CKMMxfFileType", Device(60, 512, kFirst, 0).Put(kFirst + 3, bytes)), expected);
 }
 
 TEST(MediaFiles, AsfIsOfTheKindsOfItsLastStream) {
