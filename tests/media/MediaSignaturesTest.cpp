@@ -289,16 +289,15 @@ TEST(CKMBtFileType, FileAtSector0IsNotFollowed) {
 }
 
 TEST(CKMBtFileType, IsGivenUpAbove0x2000000) {
-  constexpr int kMebibyte = 1 << 20;
+  // Sectors of 4 MiB, of which the file counts eight.
+  constexpr int kSectorSize = 1 << 22;
   const Detector detector = CreateDetector("CKMBtFileType");
   detector->SetMaxFileSize(1000);
-  for (std::uint64_t i = 0; i < 32; ++i) {
-    Device device(1, kMebibyte, kFirst + i, 'x');
-    if (i == 0) device.Put(kFirst, kBtHead);
-    ASSERT_EQ(Scan(*detector, device), Hits{});
-  }
-  Device last(1, kMebibyte, kFirst + 32, 'x');
-  EXPECT_EQ(Scan(*detector, last.Put(kFirst + 32, kMebibyte - 1, Literal("\0"))), (Hits{{kFirst, 0x2000000}}));
+  Device device(1, kSectorSize, kFirst, 'x');
+  EXPECT_EQ(Scan(*detector, Device(device).Put(kFirst, kBtHead)), Hits{});
+  for (int i = 1; i < 8; ++i) ASSERT_EQ(Scan(*detector, device), Hits{});
+  device.Put(kFirst, kSectorSize - 1, Literal("\0"));
+  EXPECT_EQ(Scan(*detector, device), (Hits{{kFirst, 0x2000000}}));
   EXPECT_EQ(Scan(*detector, Device(1, 512, kFirst + 33, 0)), Hits{});
 }
 
