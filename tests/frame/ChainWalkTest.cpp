@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
-#include <set>
+#include <functional>
+#include <optional>
 
 #include "frame/ChainWalk.h"
 #include "frame/StartOnly.h"

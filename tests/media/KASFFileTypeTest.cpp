@@ -44,7 +44,7 @@ const std::map<std::string, Hits> kNothing = Expect({}, {}, {});
 /// What the faces report for a file in the second sector of a device, whatever the cut.
 std::map<std::string, Hits> ScanFile(const std::string& file) {
   const Device device = Device(12, 512, kFirst, 0).Put(kFirst + 1, file);
-  const auto whole = ScanAll(device);
+  auto whole = ScanAll(device);
   for (const int blockSectors : {1, 2, 3}) EXPECT_EQ(ScanAll(device, {blockSectors}), whole) << blockSectors;
   return whole;
 }

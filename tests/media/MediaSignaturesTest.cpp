@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 
 #include "tests/media/SparseDevice.h"
@@ -233,7 +234,7 @@ TEST(CKMVocFileType, EndsBehind0x7FFFFFFFWithoutAMark) {
     device.Put(place, VocBlock(1, static_cast<std::uint32_t>(end - place - 4))).Put(end, VocBlock(1, 1000));
     const Detector detector = CreateDetector("CKMVocFileType");
     detector->SetMaxFileSize(1000);
-    const Hits hits = device.ScanHead(*detector);
+    Hits hits = device.ScanHead(*detector);
     device.Put(end, "");
     return hits;
   };
