@@ -144,7 +144,6 @@ class CKMBtFileType final : public ZeroPairWalk<CKMBtFileType> {
  public:
   static constexpr auto kHead = At(2, Utf16("BluffTitler")) && At(0, "\xFF\xFE");
   static constexpr std::int64_t kLimit = 0x2000000;
-  static constexpr OpenMark kOpenMark = OpenMark::kFileStart;
   static constexpr std::uint64_t kZerosCounted = 1;
 };
 

@@ -199,6 +199,9 @@ TEST(KAviFileType, ReachesTo0x2000000000) {
   EXPECT_EQ(device.ScanHead(*detector), AviHit(0x2000000000));
   detector->SetMaxFileSize(0x7FFFFFFFFFFFFFFF);
   EXPECT_EQ(device.ScanHead(*detector), AviHit(0x2000000000));
+  // What stands there isn't looked at, though it would lead back.
+  device.Put(0x2000000000, Avix(-0x100000));
+  EXPECT_EQ(device.ScanHead(*detector), AviHit(0x2000000000));
   device.Put(0x2000000000 - 16, Avix(1000)).Put(0x2000000000 + 992, Avix(1000));
   EXPECT_EQ(device.ScanHead(*detector), AviHit(0x2000000000));
   device.Put(0x2000000000 - 16, "");
@@ -256,6 +259,9 @@ TEST(KAviFileType, WalkEndsAtAFailedRead) {
   Device device(2, 65536, kFirst, 0);
   device.Put(kFirst, Avi(5000)).Put(kFirst, 5008, Avix(1000));
   EXPECT_EQ(Scan(*CreateDetector("KAviFileType"), device), (Hits{{kFirst, 5008}}));
+  // The sector's end can be read, but not what is behind it.
+  device.Put(kFirst, Avi(65536 - 12 - 8)).Put(kFirst, 65536 - 12, Avix(1000));
+  EXPECT_EQ(Scan(*CreateDetector("KAviFileType"), device), (Hits{{kFirst, 65536 - 12}}));
 }
 
 TEST(KAviFileType, AgreesWithTheRulesTakenStepByStep) {

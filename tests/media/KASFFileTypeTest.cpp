@@ -161,9 +161,11 @@ TEST(KASFFileType, ObjectSizesAreSigned32BitNumbers) {
   EXPECT_EQ(ScanFile(AsfFile({high(size), high(stream), AsfObject("another object  ", "")})), ExpectAudio(5000));
   // A size that leads back: the same properties are read in every round, until the rounds are over.
   EXPECT_EQ(ScanFile(AsfFile({stream, withSize(size, 0)}, 3)), ExpectAudio(5000));
-  // From the third object back to the second one, and on from there to what stands behind.
-  const std::string third = withSize(AsfObject("another object  ", ""), 0xFFFFFFFFFFFFFFFF - stream.size() + 1);
-  EXPECT_EQ(ScanFile(AsfFile({size, stream, third}, 4)), ExpectAudio(5000));
+  // The second object leads over the third one to the fourth, and that leads back to the third.
+  const std::string over = withSize(AsfObject("another object  ", ""), 24 + size.size());
+  const std::string back = withSize(AsfObject("another object  ", ""), std::uint64_t{0} - size.size());
+  EXPECT_EQ(ScanFile(AsfFile({stream, over, size, back}, 4)), ExpectAudio(5000));
+  EXPECT_EQ(ScanFile(AsfFile({stream, over, size, back}, 3)), kNothing);
   // An object that claims a byte less than was read of it: the next one begins with that byte.
   const std::string other = AsfStream("some other type\xA1").substr(0, 39);
   EXPECT_EQ(ScanFile(AsfFile({withSize(other, 39), size})), Expect({{kFirst + 1, 5000}}, {}, {}));
