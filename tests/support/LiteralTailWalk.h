@@ -27,6 +27,7 @@ struct LiteralTailWalk {
   bool seesTailAtEnd = false;          ///< A whole tail may touch the sector's last byte.
   bool straddles = true;               ///< A tail across two sectors is seen.
   bool losesSector = false;            ///< A sector that doesn't go on with a tail that was begun isn't counted.
+  bool keepsBeginning = false;         ///< A tail that was begun may go on at any later sector, until the file's end.
 
   /// The hits in the device's whole length.
   Hits Scan(const Device& device) const;
