@@ -92,7 +92,7 @@ TEST(CKEPeFileType, CertificateCountsAsFarAsTheImageReaches) {
 }
 
 TEST(CKEPeFileType, EveryOtherMachineHasThe64BitLayout) {
-  for (const std::uint16_t machine : {0x8664, 0x01C4, 0xAA64, 0}) {
+  for (const std::uint16_t machine : std::vector<std::uint16_t>{0x8664, 0x01C4, 0xAA64, 0}) {
     Module module;
     module.machine = machine;
     module.certificateSize = 0x100;
@@ -213,7 +213,7 @@ TEST(CKEPeFileType, OtherSignaturesAndNoAlignmentGiveNoHit) {
 }
 
 TEST(CKEPeFileType, StubHasSmallBytesAt3And5) {
-  for (const std::size_t offset : {3, 5}) {
+  for (const std::size_t offset : std::vector<std::size_t>{3, 5}) {
     for (const auto& [value, isHead] : {std::pair{'\0', true},
                                         {'\2', true},
                                         {'\3', false},
@@ -226,10 +226,10 @@ TEST(CKEPeFileType, StubHasSmallBytesAt3And5) {
       EXPECT_EQ(ScanModules(device).size(), isHead ? 1U : 0U) << offset << ", " << static_cast<int>(value);
     }
   }
-  for (const std::size_t offset : {0, 1, 12, 13}) {
+  for (const std::size_t offset : std::vector<std::size_t>{0, 1, 12, 13}) {
     EXPECT_EQ(ScanModules(DeviceWith({}).Put(kFirst + 1, offset, "x")), FaceHits{}) << offset;
   }
-  for (const std::size_t offset : {2, 4, 6, 11, 14, 0x3B, 0x40}) {
+  for (const std::size_t offset : std::vector<std::size_t>{2, 4, 6, 11, 14, 0x3B, 0x40}) {
     EXPECT_EQ(ScanModules(DeviceWith({}).Put(kFirst + 1, offset, "x")).size(), 1U) << offset;
   }
 }
@@ -366,8 +366,7 @@ struct LiteralModules {
       offset += 40;
     }
     fileSize = sum;
-    while (offset % alignment != 0) ++offset;
-    fileSize += offset;
+    fileSize += (std::uint64_t{offset} + alignment - 1) / alignment * alignment;
     fileSize += Number(header, is32 ? 156 : 172, 4);
     if (Number(header, 80, 4) < fileSize) fileSize = Number(header, 80, 4);
     fileSize += n;

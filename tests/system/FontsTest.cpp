@@ -16,7 +16,7 @@ const std::string kPfbTail = "cleartomark{restore}if\r\x80\x03";
 Hits ScanPfb(const Device& device) { return ScanAnyCut("CKPfbFileType", device); }
 
 TEST(CKPfbFileType, EndsBehindTheLastLineAndTheEndSegment) {
-  for (const std::size_t offset : {0, 99, 512 - 25}) {
+  for (const std::size_t offset : std::vector<std::size_t>{0, 99, 512 - 25}) {
     EXPECT_EQ(ScanPfb(Device(5).Put(kFirst + 1, kPfbHead).Put(kFirst + 3, offset, kPfbTail)),
               (Hits{{kFirst + 1, 1024 + offset + 25}}))
         << offset;
@@ -142,7 +142,7 @@ TEST(CKChrFileType, SizeIsThatOfTheHeaderAndOfTheFontBehindTheText) {
 }
 
 TEST(CKChrFileType, TextOfTwoBytesAndLessTakesFixedOffsets) {
-  for (const std::size_t length : {0, 1, 2}) {
+  for (const std::size_t length : std::vector<std::size_t>{0, 1, 2}) {
     Device device(1);
     device
         .Put(kFirst, Literal("PK\x08\x08"
@@ -157,7 +157,7 @@ TEST(CKChrFileType, TextOfTwoBytesAndLessTakesFixedOffsets) {
 
 TEST(CKChrFileType, TextMustEndInTheSector) {
   // The header's size has a low byte that counts to the text.
-  for (const std::size_t length : {501, 502, 503, 504}) {
+  for (const std::size_t length : std::vector<std::size_t>{501, 502, 503, 504}) {
     const Device device = Device(3).Put(kFirst, StrokedFont(std::string(length, 'x'), 0x10, 0x100));
     const bool fits = length + 1 + 9 <= 512;
     EXPECT_EQ(Scan(*CreateDetector("CKChrFileType"), device), (fits ? Hits{{kFirst, 0x110}} : Hits{})) << length;
@@ -278,7 +278,7 @@ TEST(CKCpiFileType, InformationThatTheBlockDoesNotHoldIsNoHit) {
                          {kDrDosFont, Literal("\0")}};
   for (const Case& test : kCases) {
     const auto information = static_cast<std::uint32_t>(1024 - test.bytes.size());
-    for (const std::uint32_t behind : {0U, 1U, 0xF0000000U}) {
+    for (const std::uint32_t behind : std::vector<std::uint32_t>{0U, 1U, 0xF0000000U}) {
       Device device = DeviceWithCodePages(test.head, information, test.bytes);
       device.Put(kFirst + 1, 19, LittleU32(information + behind));
       EXPECT_EQ(Scan(*CreateDetector("CKCpiFileType"), device, {3}).size(), behind == 0 ? 1U : 0U)
@@ -330,7 +330,7 @@ TEST(CKTtfFileType, SizeIsTheEndOfTheFirstTableThatHasOne) {
 
 TEST(CKTtfFileType, DirectoryIsWalkedInItsSectorOnly) {
   // The 31st entry ends at 12 + 31 * 16 = 508, the 32nd begins there and runs over the sector.
-  for (const std::size_t empty : {30, 31}) {
+  for (const std::size_t empty : std::vector<std::size_t>{30, 31}) {
     std::vector<FontTable> tables(empty, {"none", 0, 0});
     tables.push_back({"glyf", 1000, 24});
     const Device device = Device(3).Put(kFirst, TrueType(tables));

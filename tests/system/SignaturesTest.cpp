@@ -88,7 +88,7 @@ TEST(Signatures, EveryHeadIsAHitWhateverStandsBetweenItsBytes) {
   for (const Kind& kind : kKinds) {
     for (const char filler : {'\0', '\xFF'}) {
       Device device(6);
-      for (const std::uint64_t i : {0, 1, 4}) device.Put(kFirst + i, kind.Head(filler));
+      for (const std::uint64_t i : std::vector<std::uint64_t>{0, 1, 4}) device.Put(kFirst + i, kind.Head(filler));
       EXPECT_EQ(SectorsOf(ScanAnyCut(kind.className, device)),
                 (std::vector<std::uint64_t>{kFirst, kFirst + 1, kFirst + 4}))
           << kind.className;
@@ -131,7 +131,8 @@ TEST(Signatures, SizesComeOutAsTheyStandWithoutLeastOrLimit) {
   for (const Kind& kind : kKinds) {
     const Detector detector = CreateDetector(kind.className);
     detector->SetMaxFileSize(100);
-    for (const std::uint32_t size : {0U, 1U, 255U, 0x12345678U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
+    for (const std::uint32_t size :
+         std::vector<std::uint32_t>{0U, 1U, 255U, 0x12345678U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFFU}) {
       const std::uint64_t expected = kind.size == Size::kNone ? 0 : size;
       EXPECT_EQ(Scan(*detector, SectorWith(kind, size)), (Hits{{kFirst, expected}})) << kind.className;
     }

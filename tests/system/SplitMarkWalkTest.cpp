@@ -108,7 +108,7 @@ TEST(CKOPolFileType, LateFlagThatAnEntryFollowedEndsTheFileAtTheNextSector) {
 }
 
 TEST(CKOPolFileType, SplitMarkClearsTheFlags) {
-  for (const std::size_t offset : {510, 511}) {
+  for (const std::size_t offset : std::vector<std::size_t>{510, 511}) {
     Device device(8);
     device.Put(kFirst, kPolHead).Put(kFirst, offset, kPolEnd);
     device.Put(kFirst + 3, kPolHead).Put(kFirst + 4, Literal("\0\0"));
