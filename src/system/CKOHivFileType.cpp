@@ -14,7 +14,7 @@ class CKOHivFileType final : public StartOnly<CKOHivFileType> {
 
   static bool IsHead(const Sector& sector) {
     // Whole sectors are counted, so in sectors of more than 4096 bytes the bin is looked for in vain, at the head.
-    const std::int64_t binInBlock = kBaseBlockSize / sector.Size() * sector.Size();
+    const std::int64_t binInBlock = kBaseBlockSize - kBaseBlockSize % sector.Size();
     if (sector.Holds(binInBlock, 1)) return sector.Has(binInBlock, kBin);
     KFileSimulator file(sector.RawBlock(), sector.Number(), 0x7FFFFFFF);
     file.SetPos(kBaseBlockSize);

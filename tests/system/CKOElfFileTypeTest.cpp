@@ -118,9 +118,9 @@ TEST(CKOElfFileType, SectionsWithoutBitsAddNothingButTheirHeader) {
 
 TEST(CKOElfFileType, TypeTellsTheKind) {
   const char* const kKinds[] = {nullptr, "CKEElfLibFileType", "CKEElfExeFileType", "CKElfModuleFileType", nullptr};
-  for (std::uint16_t type = 0; type < std::size(kKinds); ++type) {
+  for (std::size_t type = 0; type < std::size(kKinds); ++type) {
     Elf elf;
-    elf.type = type;
+    elf.type = static_cast<std::uint16_t>(type);
     const FaceHits expected = kKinds[type] == nullptr ? FaceHits{} : FaceHits{{kKinds[type], kFirst + 1, 64}};
     EXPECT_EQ(ScanElf(DeviceWith(elf)), expected) << type;
   }

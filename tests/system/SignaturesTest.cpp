@@ -31,7 +31,11 @@ struct Kind {
   }
 };
 
-std::string Zeros(std::size_t count) { return std::string(count, '\0'); }
+std::string Zeros(std::size_t count) {
+  std::string zeros;
+  zeros.resize(count);
+  return zeros;
+}
 
 const Kind kKinds[] = {
     {"CKLibFileType", {{0, "!<arch>\n/"}}},
