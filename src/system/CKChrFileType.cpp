@@ -8,9 +8,7 @@ namespace qzmtraw {
 /// size.
 class CKChrFileType final : public StartOnly<CKChrFileType> {
  public:
-  static constexpr auto kHead = At(0,
-                                   "PK\x08\x08"
-                                   "BGI ");
+  static constexpr auto kHead = At(0, "PK\10\10BGI ");
 
   static bool IsHead(const Sector& sector) {
     const std::int64_t sizes = SizesAt(sector);

@@ -10,15 +10,8 @@ namespace qzmtraw {
 /// header tells where the font information stands, which must lie in the block.
 class CKCpiFileType final : public StartOnly<CKCpiFileType> {
  public:
-  static constexpr auto kHead = At(0,
-                                   "\xFF"
-                                   "FONT\0\0\0") ||
-                                At(0,
-                                   "\xFF"
-                                   "FONT.NT") ||
-                                At(0,
-                                   "\x7F"
-                                   "DRFONT\0\0\0\0\0\0\0\0\0");
+  static constexpr auto kHead =
+      At(0, "\377FONT\0\0\0") || At(0, "\377FONT.NT") || At(0, "\177DRFONT\0\0\0\0\0\0\0\0\0");
 
   static bool IsHead(const Sector& sector) {
     const std::int64_t information = InformationAt(sector);

@@ -19,18 +19,8 @@ struct ElfCode {
 /// with their least significant byte first even in files that have it last, whose sizes mean nothing.
 class CKOElfFileType final : public SharedClassifier<CKOElfFileType> {
  public:
-  static constexpr auto kHead = At(0,
-                                   "\x7F"
-                                   "ELF\1\1") ||
-                                At(0,
-                                   "\x7F"
-                                   "ELF\1\2") ||
-                                At(0,
-                                   "\x7F"
-                                   "ELF\2\1") ||
-                                At(0,
-                                   "\x7F"
-                                   "ELF\2\2");
+  static constexpr auto kHead =
+      At(0, "\177ELF\1\1") || At(0, "\177ELF\1\2") || At(0, "\177ELF\2\1") || At(0, "\177ELF\2\2");
   static constexpr std::int32_t kFloor = 512;
 
   CKOElfFileType() { SetTexts("ELF Unix file", ""); }

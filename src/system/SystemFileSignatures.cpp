@@ -19,9 +19,7 @@ DETECTOR(CKOLnkFileType);
 /// Archives of AIX's backup command, made by name.
 class CKOBffFileType final : public StartOnly<CKOBffFileType> {
  public:
-  static constexpr auto kHead = At(0, "\x09\0\x6B\xEA") && At(16,
-                                                              "\xFF\xFF\xFF\x7F"
-                                                              "by name");
+  static constexpr auto kHead = At(0, "\x09\0\x6B\xEA") && At(16, "\377\377\377\177by name");
   static constexpr SizeHints kHints = kSmallFileHints;
 };
 DETECTOR(CKOBffFileType);
