@@ -65,11 +65,10 @@ TEST(CKOHivFileType, SectorsAbove4096BytesHaveNoHives) {
 }
 
 TEST(CKOHivFileType, BinThatTheBlockCutsIsNone) {
-  // Sectors of three bytes: the bin begins in the block's last sector and ends behind the block.
-  Device device(1367, 3, kFirst);
-  device.Put(kFirst, "regf").Put(kFirst, 4095, "hbin");
+  // Sectors of two bytes: the bin begins in the block's last sector and ends in the first one behind it.
+  const Device device = Device(2060, 2).Put(kFirst, "regf").Put(kFirst, 4096, "hbin");
   EXPECT_EQ(ScanHives(device), (Hits{{kFirst, 0}}));
-  EXPECT_EQ(ScanHives(device, {1366}), Hits{});
+  EXPECT_EQ(ScanHives(device, {2049}), Hits{});
 }
 
 TEST(CKOHivFileType, LimitOfTheHostIsIgnored) {

@@ -274,7 +274,7 @@ TEST(CKCpiFileType, InformationThatTheBlockDoesNotHoldIsNoHit) {
   };
   const Case kCases[] = {{kDosFont, LittleU16(2) + "xx" + LittleU32(10)},
                          {kNtFont, LittleU16(2) + "xx" + LittleU32(10)},
-                         {kDrDosFont, Literal("\2ab") + LittleU32(1) + LittleU32(2)},
+                         {kDrDosFont, Literal("\2\2\2") + LittleU32(1) + LittleU32(2)},
                          {kDrDosFont, Literal("\0")}};
   for (const Case& test : kCases) {
     const auto information = static_cast<std::uint32_t>(1024 - test.bytes.size());
