@@ -256,6 +256,15 @@ TEST(CKEPeFileType, HeadersMayLieAnywhereInFrontOfOrBehindTheStub) {
   EXPECT_EQ(ScanModules(device).size(), 1U);
 }
 
+TEST(CKEPeFileType, PositionOfTheHeadersHasASign) {
+  const Device device = DeviceWith({}).Put(kFirst + 1, 0x3C, LittleU32(0xFFFFFE00));
+  DeviceReader reader(device);
+  EXPECT_EQ(ScanFaces(kFaces, device, reader), FaceHits{});
+  // 512 bytes in front of the file, as an unsigned number of sectors behind it.
+  ASSERT_EQ(reader.Calls().size(), 2U);
+  EXPECT_EQ(reader.Calls().back().startSector, kFirst + 1 + (std::uint64_t{1} << 55) - 1);
+}
+
 TEST(CKEPeFileType, SmallSectorsHoldTheBeginningOfTheHeaders) {
   // 64 bytes hold FileAlignment and no more: the image has no size.
   EXPECT_EQ(ScanModules(Device(16, 64, kFirst, 0).Put(kFirst + 1, Module{}.Bytes())),
