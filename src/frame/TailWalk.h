@@ -32,6 +32,8 @@ enum class LimitTest { kAtOrAbove, kAbove };
 ///     kStraddles       false: a tail across two sectors is not seen
 ///     kLosesSector     true: a sector that doesn't go on with the tail which the one before began is neither searched
 ///                      nor counted
+///     kKeepsBeginning  true: a tail's beginning at a sector's end is asked for its rest at every later sector, until
+///                      another beginning replaces it or the file ends by a tail or at the limit
 ///     kStopsAtTail     true: nothing behind a tail that ended a file is looked at. Otherwise, and unless stated, the
 ///                      sector's end may match a tail's beginning once more, and the next file of the kind inherits
 ///                      the match
@@ -60,6 +62,7 @@ class TailWalk : public Detector<Self> {
   static constexpr bool kSeesTailAtEnd = false;
   static constexpr bool kStraddles = true;
   static constexpr bool kLosesSector = false;
+  static constexpr bool kKeepsBeginning = false;
   static constexpr bool kStopsAtTail = false;
   static constexpr bool kHeadClearsCount = true;
 
@@ -128,8 +131,9 @@ class TailWalk : public Detector<Self> {
   bool FindRestOfTail(const Sector& sector, IRawHitSink* sink) {
     if (tailMatched == 0) return false;
     const std::size_t matched = tailMatched;
-    tailMatched = 0;
-    if (!sector.Has(0, ByteView(Self::kTail).subspan(matched))) return Self::kLosesSector;
+    const bool goesOn = sector.Has(0, ByteView(Self::kTail).subspan(matched));
+    if (goesOn || !Self::kKeepsBeginning) tailMatched = 0;
+    if (!goesOn) return Self::kLosesSector;
     if (!this->ThisDetector().EndsAtTail()) return false;
     fileSize += Self::SizeUpToRest(matched);
     ReportAndClose(sink);
@@ -189,6 +193,7 @@ class TailWalk : public Detector<Self> {
       if (this->ThisDetector().CountsAt(sector, *found) && this->ThisDetector().EndsAtTail()) {
         fileSize += Self::SizeUpTo(*found);
         ReportAndClose(sink);
+        if (Self::kKeepsBeginning) tailMatched = 0;
         return {true, *found};
       }
       from = *found + 1;
