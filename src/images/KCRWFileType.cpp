@@ -38,9 +38,9 @@ class KCRWFileType final : public HeadTail<KCRWFileType> {
     file.Read(rest->data(), static_cast<std::uint32_t>(rest->size()));
     for (std::uint32_t p = 0; p < kSearched; ++p) {
       const std::uint8_t* const directory = rest->data() + p;
-      const auto count = LoadLittle<std::uint16_t>(directory);
+      const std::size_t count = LoadLittle<std::uint16_t>(directory);
       if (count >= 2 && count <= 5 && IsRootDirectory(directory, count, p)) {
-        return p + sizeof count + kEntrySize * count + sizeof(std::uint32_t);
+        return static_cast<std::int64_t>(p + sizeof(std::uint16_t) + kEntrySize * count + sizeof(std::uint32_t));
       }
     }
     return std::nullopt;
@@ -49,7 +49,7 @@ class KCRWFileType final : public HeadTail<KCRWFileType> {
   /// Whether a directory of `count` entries holds the raw picture and the number behind it is its own offset in the
   /// heap.
   /// \param offset  The directory's offset from the sector under scan.
-  bool IsRootDirectory(const std::uint8_t* directory, std::uint32_t count, std::uint32_t offset) const {
+  bool IsRootDirectory(const std::uint8_t* directory, std::size_t count, std::uint32_t offset) const {
     constexpr std::uint32_t kHeapOffset = 26;
     constexpr std::uint16_t kRawPicture = 0x2005;
     const std::uint8_t* const entries = directory + 2;
@@ -61,7 +61,7 @@ class KCRWFileType final : public HeadTail<KCRWFileType> {
     return false;
   }
 
-  static constexpr std::uint32_t kEntrySize = 10;
+  static constexpr std::size_t kEntrySize = 10;
 };
 
 DETECTOR(KCRWFileType);

@@ -23,16 +23,18 @@ struct JpegStart {
 struct StretchWithoutEnd {
   std::uint64_t begin = 0;
   std::uint64_t end = 0;
+  std::uint8_t byteAtEnd = 0;
 
   bool Covers(std::uint64_t first, std::uint64_t count) const { return begin <= first && first + count <= end; }
 
-  /// Takes in the first `count` bytes of what was read at `start`. What was read before stays known if the two meet; a
-  /// stretch ends one byte before the bytes that were read, because a mark may begin with the last one.
+  /// Takes in the first `count` bytes of what was read at `start`, at most all but the last, with which a mark may
+  /// begin. What was known before is kept if the two meet.
   void Add(std::uint64_t start, ByteView read, std::uint64_t count) {
     const bool overlaps = begin <= start && start <= end;
-    const bool follows = end + 1 == start && read.front() != 0xD9;
+    const bool follows = end + 1 == start && !(byteAtEnd == 0xFF && read.front() == 0xD9);
     if (!overlaps && !follows) begin = start;
     end = start + count;
+    byteAtEnd = read[count];
   }
 };
 

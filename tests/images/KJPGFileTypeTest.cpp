@@ -381,7 +381,7 @@ Hits LiteralScan(const Device& device) {
 
 TEST(KJPGFileType, AgreesWithTheRulesTakenStepByStep) {
   std::size_t found = 0;
-  for (std::uint32_t seed = 0; seed < 150; ++seed) {
+  for (std::uint32_t seed = 0; seed < 100; ++seed) {
     std::mt19937 random(seed);
     const int sectorCount = 80 + static_cast<int>(random() % 150);
     Device device(sectorCount, 512, kFirst, static_cast<std::uint8_t>(random() % 3 == 0 ? 0xFF : 'x'));
@@ -404,7 +404,7 @@ TEST(KJPGFileType, AgreesWithTheRulesTakenStepByStep) {
     ASSERT_EQ(Scan(*CreateDetector("KJPGFileType"), device, {7}), expected) << "seed " << seed;
     found += expected.size();
   }
-  EXPECT_GT(found, 500U);
+  EXPECT_GT(found, 400U);
 }
 
 }  // namespace
