@@ -417,7 +417,7 @@ TEST(CameraRaw, CanonsHeadHas14BytesAndSectorsOf17) {
   }
   for (const int sectorSize : {16, 17}) {
     std::string file = kHeap;
-    file.resize(static_cast<std::size_t>(40 * sectorSize), 'x');
+    file.resize(40 * static_cast<std::size_t>(sectorSize), 'x');
     file += "CRW:EOS" + std::string(10, 'x');
     const std::size_t place = file.size();
     file += Root(2, 0, static_cast<std::uint32_t>(place) - 26);
@@ -453,7 +453,7 @@ TEST(CameraRaw, NoSectorSizeAndNoReaderDoesAnyHarm) {
   for (const int sectorSize : {1, 2, 7, 8, 9, 14, 15, 16, 17, 33, 34, 51, 512, 32768, 32769, 65536}) {
     for (const std::string& head : heads) {
       std::string file = head;
-      file.resize(std::min<std::size_t>(head.size(), static_cast<std::size_t>(3 * sectorSize)));
+      file.resize(std::min(head.size(), 3 * static_cast<std::size_t>(sectorSize)));
       for (const Manner manner : {Manner::kServes, Manner::kLeavesBuffer, Manner::kFillsRubbish}) {
         for (const char* kind : kinds) {
           // A JPEG file whose end isn't found would be read for 64 MiB.
