@@ -255,6 +255,7 @@ TEST(CameraRaw, OlympusDirectoryStandsUpToTheHostsLimit) {
   detector->SetMaxFileSize(0xFFFFFFFFFFFFFFFF);
   EXPECT_EQ(Scan(*detector, DeviceWith(file)), Sized(0xFFFFFFFFFFFFFFFF));
   detector->SetMaxFileSize(1001);
+  EXPECT_EQ(Scan(*detector, DeviceWith(Olympus({}))), Sized(0));
   EXPECT_EQ(Scan(*detector, DeviceWith(file)), Sized(600));
   detector->SetMaxFileSize(599);
   EXPECT_EQ(Scan(*detector, DeviceWith(Olympus({{273, 600}}))), Sized(599));

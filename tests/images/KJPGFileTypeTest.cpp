@@ -116,6 +116,7 @@ TEST(KJPGFileType, FirstSegmentsNameTellsTheKind) {
       {0xED, "photoshoP", false, true},
       {0xED, "Photosho", false, false},
       {0xE0, "JFIE", false, false},
+      {0xE1, "EXIE", false, false},
       {0xE0, "JFXX", false, false},
       {0xE1, "http://ns.adobe.com/xap/1.0/", false, false},
       {0xEE, "Adobe", false, false},
