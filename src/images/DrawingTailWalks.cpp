@@ -52,7 +52,6 @@ class CKGXarFileType final : public DrawingWalk<CKGXarFileType> {
   static constexpr auto kHead = At(0, "XARA\xA3\xA3\x0D");
   static constexpr auto kTail = Bytes("\0\0\0\0\0\0\0\0\0\0\x03\0\0\0\0\0\0\0");
   static constexpr std::size_t kComparedBytes = 4;
-  static constexpr bool kTailBeginsCommonly = true;
   static constexpr bool kSeesTailAtEnd = true;
   static constexpr std::int64_t kLimit = 0x4000000;
   static constexpr OpenMark kOpenMark = OpenMark::kFileSize;

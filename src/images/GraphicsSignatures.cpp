@@ -77,11 +77,11 @@ class CKGLowFileType final : public GraphicsSignature<CKGLowFileType> {
 };
 DETECTOR(CKGLowFileType);
 
-/// 3D Studio meshes: a main chunk, whose length is the file's, with a version and then an editor or object chunk in it.
-/// It must not be the TIFF that its first two bytes might begin.
+/// 3D Studio meshes: a main chunk, whose length is the file's, with a version and then an editor or object chunk in it
+/// (0x3D3D, 0x4000). It must not be the TIFF that its first two bytes might begin.
 class CKG3dsFileType final : public GraphicsSignature<CKG3dsFileType> {
  public:
-  static constexpr auto kHead = At(0, "MM") && At(6, "\x02\0") && (At(16, "\x3D\x3D") || At(16, "\0\x40"));
+  static constexpr auto kHead = At(0, "MM") && At(6, "\x02\0") && (At(16, "==") || At(16, "\0@"));
   static bool IsHead(const Sector& sector) { return !sector.Has(2, Bytes("\0\x2A")); }
   static std::uint64_t SizeAt(const Sector& sector) { return sector.U32(2); }
 };
@@ -125,7 +125,7 @@ DETECTOR(CKGMacFileType);
 class CKGShpFileType final : public GraphicsSignature<CKGShpFileType> {
  public:
   static constexpr auto kHead = At(0, "\0\0\x27\x0A") && At(4, kZeros<20>);
-  static std::uint64_t SizeAt(const Sector& sector) { return sector.ReverseU32InPlace(24) * 2; }
+  static std::uint64_t SizeAt(const Sector& sector) { return std::uint32_t{sector.ReverseU32InPlace(24) * 2}; }
 };
 DETECTOR(CKGShpFileType);
 

@@ -1,5 +1,3 @@
-#include <array>
-
 #include "frame/HeadTail.h"
 
 namespace qzmtraw {
@@ -27,18 +25,23 @@ class KDxfFileType final : public HeadTail<KDxfFileType> {
  private:
   static constexpr auto kSection = Bytes("SECTION");
 
+  /// Four bytes of the word, read as a number.
+  static constexpr std::uint32_t FourFrom(std::size_t offset) {
+    return Probe::Of(0, ByteView(kSection).subspan(offset)).value;
+  }
+
   /// Sorts out almost all sectors quickly. Wherever the word stands, the four bytes of it from the first offset on that
-  /// four divides are one of four. Comparing whole words, without branches, becomes vector instructions.
+  /// four divides are one of four. Comparisons without branches become vector instructions.
   static bool MayHoldSection(const Sector& sector) {
-    constexpr std::size_t kWords = 16;
-    const ByteView bytes = sector.BytesAt(0, kWords * sizeof(std::uint32_t));
-    if (bytes.size() < kWords * sizeof(std::uint32_t)) return true;
+    constexpr std::size_t kSearched = 64;
+    const ByteView bytes = sector.BytesAt(0, kSearched);
+    if (bytes.size() < kSearched) return true;
     if (bytes.front() == 0) return false;
     std::uint32_t found = 0;
-    for (std::size_t i = 0; i < kWords; ++i) {
-      const auto word = LoadLittle<std::uint32_t>(bytes.data() + i * sizeof(std::uint32_t));
-      for (std::size_t j = 0; j < 4; ++j)
-        found |= word == LoadLittle<std::uint32_t>(kSection.bytes.data() + j) ? 1U : 0U;
+    for (std::size_t i = 0; i < kSearched; i += 4) {
+      const auto four = LoadLittle<std::uint32_t>(bytes.data() + i);
+      found |= static_cast<std::uint32_t>(four == FourFrom(0)) | static_cast<std::uint32_t>(four == FourFrom(1)) |
+               static_cast<std::uint32_t>(four == FourFrom(2)) | static_cast<std::uint32_t>(four == FourFrom(3));
     }
     return found != 0;
   }
