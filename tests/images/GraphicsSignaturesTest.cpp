@@ -208,8 +208,7 @@ TEST(CKGShpFileType, ReversesALengthThatLiesInTheNextSector) {
 }
 
 TEST(CKGPMaxFileType, WithoutItsSizeFieldIsNoHit) {
-  std::string bytes = "ViG.\x01\x1A" + std::string(178, 'x') + LittleU32(5000);
-  bytes[4] = '.';
+  const std::string bytes = "ViG.\x01\x1A" + std::string(178, 'x') + LittleU32(5000);
   EXPECT_EQ(ScanBytes("CKGPMaxFileType", bytes, 188), (Hits{{kFirst, 5032}}));
   EXPECT_EQ(ScanBytes("CKGPMaxFileType", bytes.substr(0, 187), 187), Hits{});
   // The field may lie in a later sector.
@@ -228,7 +227,7 @@ TEST(CKG3dsFileType, RefusesOnlyTheTiffInBigEndianOrder) {
 }
 
 TEST(GraphicsSignatures, FieldsThatLookWrongStayAsTheyAre) {
-  // A decimal type, a word that is not reversed, and an offset that is.
+  // The type is 9500 in decimal, and the mark of a colour map has its high byte first.
   EXPECT_EQ(ScanBytes("CKGPorPicFileType", LittleU32(999) + LittleU16(0x9500) + Zeros(1018)), Hits{});
   EXPECT_EQ(ScanBytes("CKGColFileType", LittleU32(999) + "\x23\xB1" + Zeros(1018)), Hits{});
   EXPECT_EQ(ScanBytes("CKGColFileType", LittleU32(999) + "\xB1\x23" + Zeros(1018)), (Hits{{kFirst, 999}}));
