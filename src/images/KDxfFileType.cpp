@@ -25,13 +25,8 @@ class KDxfFileType final : public HeadTail<KDxfFileType> {
  private:
   static constexpr auto kSection = Bytes("SECTION");
 
-  /// Four bytes of the word, read as a number.
-  static constexpr std::uint32_t FourFrom(std::size_t offset) {
-    return Probe::Of(0, ByteView(kSection).subspan(offset)).value;
-  }
-
-  /// Sorts out almost all sectors quickly. Wherever the word stands, the four bytes of it from the first offset on that
-  /// four divides are one of four. Comparisons without branches become vector instructions.
+  /// Sorts out almost all sectors quickly. Wherever the word stands, four of its letters stand at an offset that four
+  /// divides; all its letters are between 0x40 and 0x5F. Comparisons without branches become vector instructions.
   static bool MayHoldSection(const Sector& sector) {
     constexpr std::size_t kSearched = 64;
     const ByteView bytes = sector.BytesAt(0, kSearched);
@@ -40,8 +35,7 @@ class KDxfFileType final : public HeadTail<KDxfFileType> {
     std::uint32_t found = 0;
     for (std::size_t i = 0; i < kSearched; i += 4) {
       const auto four = LoadLittle<std::uint32_t>(bytes.data() + i);
-      found |= static_cast<std::uint32_t>(four == FourFrom(0)) | static_cast<std::uint32_t>(four == FourFrom(1)) |
-               static_cast<std::uint32_t>(four == FourFrom(2)) | static_cast<std::uint32_t>(four == FourFrom(3));
+      found |= static_cast<std::uint32_t>((four & 0xE0E0E0E0) == 0x40404040);
     }
     return found != 0;
   }

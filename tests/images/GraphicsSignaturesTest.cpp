@@ -45,7 +45,10 @@ struct Signature {
   }
 };
 
-std::string Zeros(std::size_t count) { return std::string(count, '\0'); }
+std::string Zeros(std::size_t count) {
+  std::string zeros(count, '\0');
+  return zeros;
+}
 
 const std::vector<Signature>& Signatures() {
   static const std::vector<Signature> kSignatures = {
@@ -58,7 +61,7 @@ const std::vector<Signature>& Signatures() {
       {"CKGColFileType", 0, {{4, Literal("\xB1\x23\0\0")}}, SizeField{0, 1, 0}},
       {"CKGNewPicFileType", 0, {{0, Literal("\x53\x80\xF6\x34\0\0\0\0")}, {88, "PICT"}}, std::nullopt},
       {"CKGLowFileType", 0, {{0, "FORM"}, {8, "LWO"}}, SizeField{4, 1, 8, true}, true},
-      {"CKG3dsFileType", 0, {{0, "MM"}, {6, LittleU16(2)}, {16, "\x3D\x3D"}}, SizeField{2, 1, 0}},
+      {"CKG3dsFileType", 0, {{0, "MM"}, {6, LittleU16(2)}, {16, "=="}}, SizeField{2, 1, 0}},
       {"CKG3dsFileType", 0, {{0, "MM"}, {6, LittleU16(2)}, {16, Literal("\0\x40")}}, SizeField{2, 1, 0}},
       {"CKG3dMbFileType", 0, {{0, "FOR4"}, {8, "MayaFOR4"}, {22, "ADVERS"}}, SizeField{4, 1, 8, true}, true},
       {"CKGPMaxFileType", 0, {{0, "ViG"}, {5, "\x1A"}}, SizeField{184, 1, 32}},
@@ -71,8 +74,9 @@ const std::vector<Signature>& Signatures() {
 
 Hits ScanBytes(std::string_view className, const std::string& bytes, int sectorSize = 512) {
   const int sectors = static_cast<int>(bytes.size()) / sectorSize;
-  return Scan(*CreateDetector(className),
-              Device(sectors, sectorSize).Put(kFirst, bytes.substr(0, static_cast<std::size_t>(sectors * sectorSize))));
+  return Scan(*CreateDetector(className), Device(sectors, sectorSize)
+                                              .Put(kFirst, bytes.substr(0, static_cast<std::size_t>(sectors) *
+                                                                               static_cast<std::size_t>(sectorSize))));
 }
 
 /// A host's memory of one sector, which scans may change.
@@ -217,7 +221,7 @@ TEST(CKGPMaxFileType, WithoutItsSizeFieldIsNoHit) {
 
 TEST(CKG3dsFileType, RefusesOnlyTheTiffInBigEndianOrder) {
   const auto found = [](const std::string& bytesAt2) {
-    std::string bytes = "MM" + bytesAt2 + "\x05\x06" + LittleU16(2) + std::string(8, 'x') + "\x3D\x3D";
+    std::string bytes = "MM" + bytesAt2 + "\x05\x06" + LittleU16(2) + std::string(8, 'x') + "==";
     return ScanBytes("CKG3dsFileType", bytes + std::string(494, 'x'));
   };
   EXPECT_EQ(found(Literal("\0\x2A")), Hits{});
