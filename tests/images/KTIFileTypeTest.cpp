@@ -63,7 +63,7 @@ FoundKinds Feed(const Device& device, Cut cut = {}) {
   std::map<std::string, RecordingSink> sinks;
   for (const std::string& face : kFaces) detectors[face] = CreateDetector(std::string_view(face));
   ForEachBlock(device, reader, cut, [&](const RawSectorBlock& block) {
-    for (const auto& [face, detector] : detectors) detector->Scan(&block, &sinks[face]);
+    for (const auto& [face, detector] : detectors) ScanBlock(*detector, block, sinks[face]);
   });
   FoundKinds found;
   for (const auto& [face, sink] : sinks) {

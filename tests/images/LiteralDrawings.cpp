@@ -51,7 +51,8 @@ auto PlainSearch(const std::string& tail, std::size_t added) {
 }
 
 Ending XarSearch(State& state, const std::string& rest, std::size_t n) {
-  const std::string tail = std::string(10, '\0') + '\x03' + std::string(7, '\0');
+  std::string tail(18, '\0');
+  tail[10] = 3;
   if (state.tailMatched != 0) {
     const std::size_t k = state.tailMatched;
     if (Stands(rest, 0, tail.substr(k))) {

@@ -30,7 +30,7 @@ FoundKinds ScanCompound(const Device& device, IRawSectorReader& reader, Cut cut)
   std::vector<RecordingSink> sinks(std::size(kFaces));
   for (const CompoundFace& face : kFaces) detectors.push_back(CreateDetector(face.className));
   ForEachBlock(device, reader, cut, [&](const RawSectorBlock& block) {
-    for (std::size_t i = 0; i < detectors.size(); ++i) detectors[i]->Scan(&block, &sinks[i]);
+    for (std::size_t i = 0; i < detectors.size(); ++i) ScanBlock(*detectors[i], block, sinks[i]);
   });
   FoundKinds found;
   for (std::size_t i = 0; i < detectors.size(); ++i) {

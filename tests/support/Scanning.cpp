@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <map>
 
 #include "tests/support/Rows.h"
 
@@ -18,11 +19,36 @@ std::uint32_t RecordingSink::ReportHit(const RawFileHit* hit) {
   return 0;
 }
 
+namespace {
+
+std::map<const IRawFileType*, std::int32_t> rowOfDetector;
+std::set<std::int32_t> rowsThatFound;
+
+/// Passes hits on, and takes note that there was one.
+class NotingSink final : public IRawHitSink {
+ public:
+  explicit NotingSink(IRawHitSink& next) : next_(next) {}
+  std::uint32_t ReservedOperation1() override { return next_.ReservedOperation1(); }
+  std::uint32_t ReportHit(const RawFileHit* hit) override {
+    foundAny = true;
+    return next_.ReportHit(hit);
+  }
+  bool foundAny = false;
+
+ private:
+  IRawHitSink& next_;
+};
+
+}  // namespace
+
 Detector CreateDetector(std::int32_t index) {
   std::int32_t category = 0;
   std::uint8_t groupGuid[16];
   Detector detector(GetRawFileTypeFactory()->CreateType(index, &category, groupGuid));
-  if (detector) detector->Reset();
+  if (detector) {
+    detector->Reset();
+    rowOfDetector[detector.get()] = index;
+  }
   return detector;
 }
 
@@ -42,8 +68,16 @@ void ForEachBlock(const Device& device, IRawSectorReader& reader, Cut cut,
 }
 
 void Feed(IRawFileType& detector, const Device& device, IRawHitSink& sink, IRawSectorReader& reader, Cut cut) {
-  ForEachBlock(device, reader, cut, [&](const RawSectorBlock& block) { detector.Scan(&block, &sink); });
+  ForEachBlock(device, reader, cut, [&](const RawSectorBlock& block) { ScanBlock(detector, block, sink); });
 }
+
+void ScanBlock(IRawFileType& detector, const RawSectorBlock& block, IRawHitSink& sink) {
+  NotingSink notingSink(sink);
+  detector.Scan(&block, &notingSink);
+  if (notingSink.foundAny) rowsThatFound.insert(rowOfDetector.at(&detector));
+}
+
+const std::set<std::int32_t>& RowsThatFound() { return rowsThatFound; }
 
 Hits Scan(IRawFileType& detector, const Device& device, Cut cut, Manner manner) {
   RecordingSink sink;

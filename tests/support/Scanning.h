@@ -5,6 +5,7 @@
 #include <functional>
 #include <memory>
 #include <ostream>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -58,6 +59,11 @@ void ForEachBlock(const Device& device, IRawSectorReader& reader, Cut cut,
 
 /// Feeds the device to the detector block by block.
 void Feed(IRawFileType& detector, const Device& device, IRawHitSink& sink, IRawSectorReader& reader, Cut cut = {});
+
+/// Hands one block to a detector that CreateDetector made, and takes note if it reports something.
+void ScanBlock(IRawFileType& detector, const RawSectorBlock& block, IRawHitSink& sink);
+/// The rows of which ScanBlock, Feed or Scan has taken note in this process.
+const std::set<std::int32_t>& RowsThatFound();
 
 /// Feeds the device and returns what was found. The detector isn't reset, so an open file goes on in the next call.
 Hits Scan(IRawFileType& detector, const Device& device, Cut cut = {}, Manner manner = Manner::kServes);

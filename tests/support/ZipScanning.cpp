@@ -60,7 +60,7 @@ ZipHits ZipDetectors::Scan(const ZipBlock& block) {
   ZipHits hits;
   for (std::uint32_t code = 0; code < faces_.size(); ++code) {
     RecordingSink sink;
-    faces_[code]->Scan(&raw, &sink);
+    ScanBlock(*faces_[code], raw, sink);
     for (const Hit& hit : sink.Found()) hits.push_back({hit.startSector, hit.size, code});
   }
   return hits;

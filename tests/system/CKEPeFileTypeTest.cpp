@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <random>
 
-#include "tests/system/Faces.h"
+#include "tests/system/KindHits.h"
 
 namespace qzmtraw::test {
 namespace {
@@ -14,7 +14,7 @@ constexpr std::uint64_t kFirst = Device::kFirstSector;
 const std::vector<std::string> kFaces = {"CKEExeFileType", "CKEDllFileType", "CKEOcxFileType", "CKTlbFileType",
                                          "CKFonFileType"};
 
-FaceHits ScanModules(const Device& device, Cut cut = {}) { return ScanFaces(kFaces, device, cut); }
+KindHits ScanModules(const Device& device, Cut cut = {}) { return ScanFaces(kFaces, device, cut); }
 
 /// A module's stub and headers.
 struct Module {
@@ -56,7 +56,7 @@ Device DeviceWith(const Module& module, int sectorSize = 512) {
 
 /// The size that a module alone is reported with, as long as it is an executable.
 std::uint64_t SizeOf(const Module& module, int sectorSize = 512) {
-  const FaceHits found = ScanModules(DeviceWith(module, sectorSize));
+  const KindHits found = ScanModules(DeviceWith(module, sectorSize));
   EXPECT_EQ(found.size(), 1U);
   return found.empty() ? 0 : found.front().size;
 }
@@ -64,7 +64,7 @@ std::uint64_t SizeOf(const Module& module, int sectorSize = 512) {
 TEST(CKEPeFileType, SectionsHeadersAndASectorMakeTheSize) {
   // 0x3200 in sections, 248 + 120 = 368 bytes of headers on 0x200, and a sector.
   for (int blockSectors = 0; blockSectors <= 3; ++blockSectors) {
-    EXPECT_EQ(ScanModules(DeviceWith({}), {blockSectors}), (FaceHits{{"CKEExeFileType", kFirst + 1, 0x3600}}));
+    EXPECT_EQ(ScanModules(DeviceWith({}), {blockSectors}), (KindHits{{"CKEExeFileType", kFirst + 1, 0x3600}}));
   }
   EXPECT_EQ(SizeOf({}, 4096), 0x3200U + 0x200 + 4096);
 }
@@ -158,7 +158,7 @@ TEST(CKEPeFileType, CharacteristicsAloneTellTheKind) {
   for (const Case& test : kCases) {
     Module module;
     module.characteristics = test.characteristics;
-    EXPECT_EQ(ScanModules(DeviceWith(module)), (FaceHits{{test.face, kFirst + 1, 0x3600}})) << test.characteristics;
+    EXPECT_EQ(ScanModules(DeviceWith(module)), (KindHits{{test.face, kFirst + 1, 0x3600}})) << test.characteristics;
   }
 }
 
@@ -172,7 +172,7 @@ TEST(CKEPeFileType, ModuleOfNoKindTakesThatOfTheModuleBefore) {
     before.characteristics = static_cast<std::uint16_t>(characteristics);
     Device device(8, 512, kFirst, 0);
     device.Put(kFirst, before.Bytes()).Put(kFirst + 4, none.Bytes());
-    EXPECT_EQ(ScanModules(device, {3}), (FaceHits{{face, kFirst, 0x3600}, {face, kFirst + 4, 0x1200}}));
+    EXPECT_EQ(ScanModules(device, {3}), (KindHits{{face, kFirst, 0x3600}, {face, kFirst + 4, 0x1200}}));
   }
 }
 
@@ -181,7 +181,7 @@ TEST(CKEPeFileType, NewExecutableBearsTheSizeOfTheLastPeFile) {
   ne.signature = "NE";
   Device device(8, 512, kFirst, 0);
   device.Put(kFirst, Module{}.Bytes()).Put(kFirst + 2, ne.Bytes()).Put(kFirst + 5, ne.Bytes());
-  EXPECT_EQ(ScanModules(device, {1}), (FaceHits{{"CKEExeFileType", kFirst, 0x3600},
+  EXPECT_EQ(ScanModules(device, {1}), (KindHits{{"CKEExeFileType", kFirst, 0x3600},
                                                 {"CKFonFileType", kFirst + 2, 0x3600},
                                                 {"CKFonFileType", kFirst + 5, 0x3600}}));
 }
@@ -193,7 +193,7 @@ TEST(CKEPeFileType, NewExecutableIsTheKindOfTheModuleOfNoKindBehindIt) {
   none.characteristics = 0;
   Device device(8, 512, kFirst, 0);
   device.Put(kFirst, Module{}.Bytes()).Put(kFirst + 2, ne.Bytes()).Put(kFirst + 4, none.Bytes());
-  EXPECT_EQ(ScanModules(device), (FaceHits{{"CKEExeFileType", kFirst, 0x3600},
+  EXPECT_EQ(ScanModules(device), (KindHits{{"CKEExeFileType", kFirst, 0x3600},
                                            {"CKFonFileType", kFirst + 2, 0x3600},
                                            {"CKFonFileType", kFirst + 4, 0x3600}}));
 }
@@ -203,13 +203,13 @@ TEST(CKEPeFileType, OtherSignaturesAndNoAlignmentGiveNoHit) {
                                        Literal("EN\0\0"), Literal("MZ\0\0")}) {
     Module module;
     module.signature = signature;
-    EXPECT_EQ(ScanModules(DeviceWith(module)), FaceHits{}) << signature;
+    EXPECT_EQ(ScanModules(DeviceWith(module)), KindHits{}) << signature;
   }
   Module module;
   module.fileAlignment = 0;
-  EXPECT_EQ(ScanModules(DeviceWith(module)), FaceHits{});
+  EXPECT_EQ(ScanModules(DeviceWith(module)), KindHits{});
   module.signature = "NE";
-  EXPECT_EQ(ScanModules(DeviceWith(module)), FaceHits{});
+  EXPECT_EQ(ScanModules(DeviceWith(module)), KindHits{});
 }
 
 TEST(CKEPeFileType, StubHasSmallBytesAt3And5) {
@@ -227,7 +227,7 @@ TEST(CKEPeFileType, StubHasSmallBytesAt3And5) {
     }
   }
   for (const std::size_t offset : std::vector<std::size_t>{0, 1, 12, 13}) {
-    EXPECT_EQ(ScanModules(DeviceWith({}).Put(kFirst + 1, offset, "x")), FaceHits{}) << offset;
+    EXPECT_EQ(ScanModules(DeviceWith({}).Put(kFirst + 1, offset, "x")), KindHits{}) << offset;
   }
   for (const std::size_t offset : std::vector<std::size_t>{2, 4, 6, 11, 14, 0x3B, 0x40}) {
     EXPECT_EQ(ScanModules(DeviceWith({}).Put(kFirst + 1, offset, "x")).size(), 1U) << offset;
@@ -240,14 +240,14 @@ TEST(CKEPeFileType, EverySectorWithAHeadIsReported) {
   const std::string bytes = Module{}.Bytes().substr(0, 512);
   device.Put(kFirst, bytes).Put(kFirst + 1, bytes);
   EXPECT_EQ(ScanModules(device).size(), 2U);
-  EXPECT_EQ(ScanModules(Device(3, 512, 0, 0).Put(0, bytes)), (FaceHits{{"CKEExeFileType", 0, 0x3600}}));
+  EXPECT_EQ(ScanModules(Device(3, 512, 0, 0).Put(0, bytes)), (KindHits{{"CKEExeFileType", 0, 0x3600}}));
 }
 
 TEST(CKEPeFileType, HeadersMayLieAnywhereInFrontOfOrBehindTheStub) {
   Module module;
   module.headerOffset = 2000;
   for (int blockSectors = 0; blockSectors <= 3; ++blockSectors) {
-    EXPECT_EQ(ScanModules(DeviceWith(module), {blockSectors}), (FaceHits{{"CKEExeFileType", kFirst + 1, 0x3600}}));
+    EXPECT_EQ(ScanModules(DeviceWith(module), {blockSectors}), (KindHits{{"CKEExeFileType", kFirst + 1, 0x3600}}));
   }
   // A negative offset leads in front of the file's first sector as far as whole sectors go; a position is divided as
   // an unsigned number, so nothing is there.
@@ -259,7 +259,7 @@ TEST(CKEPeFileType, HeadersMayLieAnywhereInFrontOfOrBehindTheStub) {
 TEST(CKEPeFileType, PositionOfTheHeadersHasASign) {
   const Device device = DeviceWith({}).Put(kFirst + 1, 0x3C, LittleU32(0xFFFFFE00));
   DeviceReader reader(device);
-  EXPECT_EQ(ScanFaces(kFaces, device, reader), FaceHits{});
+  EXPECT_EQ(ScanFaces(kFaces, device, reader), KindHits{});
   // 512 bytes in front of the file, as an unsigned number of sectors behind it.
   ASSERT_EQ(reader.Calls().size(), 2U);
   EXPECT_EQ(reader.Calls().back().startSector, kFirst + 1 + (std::uint64_t{1} << 55) - 1);
@@ -268,18 +268,18 @@ TEST(CKEPeFileType, PositionOfTheHeadersHasASign) {
 TEST(CKEPeFileType, SmallSectorsHoldTheBeginningOfTheHeaders) {
   // 64 bytes hold FileAlignment and no more: the image has no size.
   EXPECT_EQ(ScanModules(Device(16, 64, kFirst, 0).Put(kFirst + 1, Module{}.Bytes())),
-            (FaceHits{{"CKEExeFileType", kFirst + 1, 64}}));
-  EXPECT_EQ(ScanModules(Device(16, 63, kFirst, 0).Put(kFirst + 1, Module{}.Bytes())), FaceHits{});
+            (KindHits{{"CKEExeFileType", kFirst + 1, 64}}));
+  EXPECT_EQ(ScanModules(Device(16, 63, kFirst, 0).Put(kFirst + 1, Module{}.Bytes())), KindHits{});
   Module ne;
   ne.signature = "NE";
   EXPECT_EQ(ScanModules(Device(16, 64, kFirst, 0).Put(kFirst + 1, ne.Bytes())).size(), 1U);
-  EXPECT_EQ(ScanModules(Device(16, 63, kFirst, 0).Put(kFirst + 1, ne.Bytes())), FaceHits{});
-  EXPECT_EQ(ScanModules(Device(40, 13, kFirst, 0).Put(kFirst + 1, Module{}.Bytes())), FaceHits{});
+  EXPECT_EQ(ScanModules(Device(16, 63, kFirst, 0).Put(kFirst + 1, ne.Bytes())), KindHits{});
+  EXPECT_EQ(ScanModules(Device(40, 13, kFirst, 0).Put(kFirst + 1, Module{}.Bytes())), KindHits{});
 }
 
 TEST(CKEPeFileType, SectorsAbove32768BytesHaveNoModules) {
   EXPECT_EQ(ScanModules(DeviceWith({}, 32768)).size(), 1U);
-  EXPECT_EQ(ScanModules(DeviceWith({}, 65536)), FaceHits{});
+  EXPECT_EQ(ScanModules(DeviceWith({}, 65536)), KindHits{});
 }
 
 TEST(CKEPeFileType, LimitAndResetOfAFaceChangeNothing) {
@@ -295,7 +295,7 @@ TEST(CKEPeFileType, LimitAndResetOfAFaceChangeNothing) {
 }
 
 /// Ends the process with whether these modules give these hits in a process that saw no module before.
-[[noreturn]] void ExitWithAgreement(const Device& device, const FaceHits& expected) {
+[[noreturn]] void ExitWithAgreement(const Device& device, const KindHits& expected) {
   std::exit(ScanModules(device) == expected ? 0 : 1);
 }
 
@@ -382,8 +382,8 @@ struct LiteralModules {
     return true;
   }
 
-  FaceHits Scan() {
-    FaceHits found;
+  KindHits Scan() {
+    KindHits found;
     for (int i = 0; i < device.SectorCount(); ++i) {
       const std::uint64_t sector = device.FirstSector() + static_cast<std::uint64_t>(i);
       if (Examine(sector) && typeCode != 0) found.push_back({kFaces[typeCode - 1], sector, fileSize});
@@ -427,10 +427,10 @@ TEST(CKEPeFileType, AgreesWithTheRulesTakenStepByStep) {
     }
     if (seed % 2 == 0) device.Put(kFirst, Module{}.Bytes().substr(0, 24 * static_cast<std::size_t>(sectorSize)));
     LiteralModules rules{device};
-    const FaceHits expected = rules.Scan();
+    const KindHits expected = rules.Scan();
     if (expected.empty() || expected.front().sector != kFirst || expected.front().className == "CKFonFileType")
       continue;
-    FaceHits found = ScanModules(device, {1});
+    KindHits found = ScanModules(device, {1});
     ASSERT_EQ(found, expected) << "seed " << seed;
     count += found.size();
   }

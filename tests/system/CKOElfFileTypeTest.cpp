@@ -4,7 +4,7 @@
 
 #include <random>
 
-#include "tests/system/Faces.h"
+#include "tests/system/KindHits.h"
 
 namespace qzmtraw::test {
 namespace {
@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint64_t kFirst = Device::kFirstSector;
 const std::vector<std::string> kFaces = {"CKEElfExeFileType", "CKEElfLibFileType", "CKElfModuleFileType"};
 
-FaceHits ScanElf(const Device& device, Cut cut = {}) { return ScanFaces(kFaces, device, cut); }
+KindHits ScanElf(const Device& device, Cut cut = {}) { return ScanFaces(kFaces, device, cut); }
 
 struct Section {
   std::uint32_t type;
@@ -79,7 +79,7 @@ Device DeviceWith(const Elf& elf, int sectorSize = 512) {
 
 /// The size that an executable alone is reported with.
 std::uint64_t SizeOf(const Elf& elf, int sectorSize = 512) {
-  const FaceHits found = ScanElf(DeviceWith(elf, sectorSize));
+  const KindHits found = ScanElf(DeviceWith(elf, sectorSize));
   EXPECT_EQ(found.size(), 1U);
   return found.empty() ? 0 : found.front().size;
 }
@@ -90,7 +90,7 @@ TEST(CKOElfFileType, SegmentsSectionsAndTablesAreAllAddedUp) {
   elf.sections = {{0, 0}, {1, 900}, {3, 80}};
   for (int blockSectors = 0; blockSectors <= 3; ++blockSectors) {
     EXPECT_EQ(ScanElf(DeviceWith(elf), {blockSectors}),
-              (FaceHits{{"CKEElfExeFileType", kFirst + 1, 1020 + 980 + 2 * 56 + 3 * 64 + 64}}));
+              (KindHits{{"CKEElfExeFileType", kFirst + 1, 1020 + 980 + 2 * 56 + 3 * 64 + 64}}));
   }
   elf.is64 = false;
   EXPECT_EQ(SizeOf(elf), 1020U + 980 + 2 * 32 + 3 * 40 + 52);
@@ -121,12 +121,12 @@ TEST(CKOElfFileType, TypeTellsTheKind) {
   for (std::size_t type = 0; type < std::size(kKinds); ++type) {
     Elf elf;
     elf.type = static_cast<std::uint16_t>(type);
-    const FaceHits expected = kKinds[type] == nullptr ? FaceHits{} : FaceHits{{kKinds[type], kFirst + 1, 64}};
+    const KindHits expected = kKinds[type] == nullptr ? KindHits{} : KindHits{{kKinds[type], kFirst + 1, 64}};
     EXPECT_EQ(ScanElf(DeviceWith(elf)), expected) << type;
   }
   Elf elf;
   elf.type = 0x0102;
-  EXPECT_EQ(ScanElf(DeviceWith(elf)), FaceHits{});
+  EXPECT_EQ(ScanElf(DeviceWith(elf)), KindHits{});
 }
 
 TEST(CKOElfFileType, HeadHasAMarkAClassAndAByteOrder) {
@@ -148,17 +148,17 @@ TEST(CKOElfFileType, NumbersAreReadWithTheLeastSignificantByteFirstWhateverTheFi
   elf.segments = {1000};
   EXPECT_EQ(SizeOf(elf), 1000U + 56 + 64);
   elf.type = 0x0200;
-  EXPECT_EQ(ScanElf(DeviceWith(elf)), FaceHits{});
+  EXPECT_EQ(ScanElf(DeviceWith(elf)), KindHits{});
 }
 
 TEST(CKOElfFileType, SectorsBelow512BytesHaveNoFiles) {
-  EXPECT_EQ(ScanElf(DeviceWith({}, 511)), FaceHits{});
-  EXPECT_EQ(ScanElf(DeviceWith({}, 256)), FaceHits{});
+  EXPECT_EQ(ScanElf(DeviceWith({}, 511)), KindHits{});
+  EXPECT_EQ(ScanElf(DeviceWith({}, 256)), KindHits{});
   EXPECT_EQ(SizeOf({}, 512), 64U);
   EXPECT_EQ(SizeOf({}, 4096), 64U);
   Device device(3, 512, 0, 0);
   Elf{}.PutAt(device, 0);
-  EXPECT_EQ(ScanElf(device), (FaceHits{{"CKEElfExeFileType", 0, 64}}));
+  EXPECT_EQ(ScanElf(device), (KindHits{{"CKEElfExeFileType", 0, 64}}));
 }
 
 TEST(CKOElfFileType, TablesStepByTheSizeThatTheHeaderGives) {
@@ -176,7 +176,7 @@ TEST(CKOElfFileType, EntriesOfNoSizeAreReadAgainAndAgain) {
   elf.segments = {1000};
   elf.PutAt(device, kFirst + 1);
   device.Put(kFirst + 1, 54, LittleU16(0)).Put(kFirst + 1, 56, LittleU16(0xFFFF));
-  EXPECT_EQ(ScanElf(device), (FaceHits{{"CKEElfExeFileType", kFirst + 1, 65535 * 1000 + 64}}));
+  EXPECT_EQ(ScanElf(device), (KindHits{{"CKEElfExeFileType", kFirst + 1, 65535 * 1000 + 64}}));
 }
 
 TEST(CKOElfFileType, PositionsHaveTheWidthOfTheFilesWords) {
@@ -187,10 +187,10 @@ TEST(CKOElfFileType, PositionsHaveTheWidthOfTheFilesWords) {
   Device device = DeviceWith(elf);
   device.Put(kFirst + 1, 28, LittleU32(0xFFFFFFE0)).Put(kFirst + 1, 44, LittleU16(2));
   const std::uint64_t typeAndMachine = 62ULL << 16 | 2;
-  EXPECT_EQ(ScanElf(device), (FaceHits{{"CKEElfExeFileType", kFirst + 1, typeAndMachine + 64 + 52}}));
+  EXPECT_EQ(ScanElf(device), (KindHits{{"CKEElfExeFileType", kFirst + 1, typeAndMachine + 64 + 52}}));
   Device wide = DeviceWith({});
   wide.Put(kFirst + 1, 32, LittleU64(0xFFFFFFC8)).Put(kFirst + 1, 56, LittleU16(2));
-  EXPECT_EQ(ScanElf(wide), (FaceHits{{"CKEElfExeFileType", kFirst + 1, 112 + 64}}));
+  EXPECT_EQ(ScanElf(wide), (KindHits{{"CKEElfExeFileType", kFirst + 1, 112 + 64}}));
 }
 
 TEST(CKOElfFileType, SizesAreAddedIn64BitsAndMayWrap) {
@@ -208,7 +208,7 @@ TEST(CKOElfFileType, TablesOfTheGreatestSizeAreCountedIn64Bits) {
   device.Put(kFirst + 1, 54, std::string(8, '\xFF'));
   // The tables lie over the file's zeros and behind it; the header itself is in neither.
   device.Put(kFirst + 1, 32, LittleU64(0x10000)).Put(kFirst + 1, 40, LittleU64(0x10000));
-  EXPECT_EQ(ScanElf(device, {1}), (FaceHits{{"CKEElfExeFileType", kFirst + 1, 2 * 65535ULL * 65535 + 64}}));
+  EXPECT_EQ(ScanElf(device, {1}), (KindHits{{"CKEElfExeFileType", kFirst + 1, 2 * 65535ULL * 65535 + 64}}));
 }
 
 TEST(CKOElfFileType, SectorsAbove32768BytesHaveEmptyTables) {
@@ -281,7 +281,7 @@ TEST(CKOElfFileType, AgreesWithTheRulesTakenStepByStep) {
     elf.segments.resize(below(60));
     elf.sections.resize(below(60));
     device.Put(kFirst + 3, elf.Header());
-    EXPECT_EQ(ScanElf(device, {2}), (FaceHits{{"CKEElfExeFileType", kFirst + 3, LiteralSize(device, kFirst + 3)}}))
+    EXPECT_EQ(ScanElf(device, {2}), (KindHits{{"CKEElfExeFileType", kFirst + 3, LiteralSize(device, kFirst + 3)}}))
         << "seed " << seed;
   }
 }

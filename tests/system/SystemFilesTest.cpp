@@ -7,7 +7,7 @@
 #include <iterator>
 #include <stdexcept>
 
-#include "tests/system/Faces.h"
+#include "tests/system/KindHits.h"
 
 namespace qzmtraw::test {
 namespace {
@@ -38,10 +38,10 @@ TEST(SystemFiles, ModulesWithSectorsOfTheirAlignmentHaveTheirSize) {
                                    {"library32.dll", "CKEDllFileType"}}) {
     const std::string file = Read(name);
     for (int blockSectors = 0; blockSectors <= 3; ++blockSectors) {
-      EXPECT_EQ(ScanFaces(kModuleFaces, DeviceWith(file), {blockSectors}), (FaceHits{{face, kFirst + 2, file.size()}}))
+      EXPECT_EQ(ScanFaces(kModuleFaces, DeviceWith(file), {blockSectors}), (KindHits{{face, kFirst + 2, file.size()}}))
           << name;
     }
-    EXPECT_EQ(ScanFaces(kModuleFaces, DeviceWith(file, 4096)), (FaceHits{{face, kFirst + 2, file.size() + 4096 - 512}}))
+    EXPECT_EQ(ScanFaces(kModuleFaces, DeviceWith(file, 4096)), (KindHits{{face, kFirst + 2, file.size() + 4096 - 512}}))
         << name;
   }
 }
@@ -62,7 +62,7 @@ TEST(SystemFiles, ElfFilesCountTheirSegmentsAndSectionsBoth) {
   for (const Case& test : kCases) {
     for (int blockSectors = 0; blockSectors <= 3; ++blockSectors) {
       EXPECT_EQ(ScanFaces(kElfFaces, DeviceWith(Read(test.name)), {blockSectors}),
-                (FaceHits{{test.face, kFirst + 2, test.size}}))
+                (KindHits{{test.face, kFirst + 2, test.size}}))
           << test.name;
     }
   }

@@ -65,7 +65,7 @@ FaceHits Faces::FeedAt(std::uint64_t firstSector, const std::string& bytes, std:
                                static_cast<std::int32_t>(sectorSize), nullptr};
     for (const auto& [name, face] : faces_) {
       RecordingSink sink;
-      face->Scan(&block, &sink);
+      ScanBlock(*face, block, sink);
       for (const Hit& hit : sink.Found()) {
         hits.push_back({static_cast<std::int64_t>(hit.startSector - firstSector), name, hit.size});
       }

@@ -59,7 +59,7 @@ XmlHits ScanOn(const Device& device, Cut cut = {}, Manner manner = Manner::kServ
                                device.SectorSize(), &reader};
     for (std::uint32_t code = 0; code < kFaces.size(); ++code) {
       RecordingSink sink;
-      faces[code]->Scan(&block, &sink);
+      ScanBlock(*faces[code], block, sink);
       for (const Hit& hit : sink.Found()) hits.push_back({hit.startSector, hit.size, code});
     }
   }

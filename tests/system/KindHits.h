@@ -1,5 +1,5 @@
-#ifndef QZMTRAW_TESTS_SYSTEM_FACES_H
-#define QZMTRAW_TESTS_SYSTEM_FACES_H
+#ifndef QZMTRAW_TESTS_SYSTEM_KIND_HITS_H
+#define QZMTRAW_TESTS_SYSTEM_KIND_HITS_H
 
 #include <gtest/gtest.h>
 
@@ -12,42 +12,42 @@
 namespace qzmtraw::test {
 
 /// A hit, and the kind that reported it.
-struct FaceHit {
+struct KindHit {
   std::string className;
   std::uint64_t sector;
   std::uint64_t size;
-  bool operator==(const FaceHit&) const = default;
+  bool operator==(const KindHit&) const = default;
 };
-using FaceHits = std::vector<FaceHit>;
+using KindHits = std::vector<KindHit>;
 
-inline std::ostream& operator<<(std::ostream& out, const FaceHit& hit) {
+inline std::ostream& operator<<(std::ostream& out, const KindHit& hit) {
   return out << "{" << hit.className << ", sector " << hit.sector << ", " << hit.size << " bytes}";
 }
 
 /// Feeds the device to all faces of a classifier, each block to all of them before the next. Another block comes first,
 /// so that the classifier, which lives as long as the process, reads the device whatever it read before.
-inline FaceHits ScanFaces(const std::vector<std::string>& faces, const Device& device, IRawSectorReader& reader,
+inline KindHits ScanFaces(const std::vector<std::string>& faces, const Device& device, IRawSectorReader& reader,
                           Cut cut = {}) {
   constexpr std::uint64_t kElsewhere = std::uint64_t{1} << 40;
   Scan(*CreateDetector(faces.front()), Device(1, 512, kElsewhere));
   std::vector<Detector> detectors;
   for (const std::string& face : faces) detectors.push_back(CreateDetector(face));
-  FaceHits found;
+  KindHits found;
   ForEachBlock(device, reader, cut, [&](const RawSectorBlock& block) {
     for (std::size_t i = 0; i < faces.size(); ++i) {
       RecordingSink sink;
-      detectors[i]->Scan(&block, &sink);
+      ScanBlock(*detectors[i], block, sink);
       for (const Hit& hit : sink.Found()) found.push_back({faces[i], hit.startSector, hit.size});
     }
   });
   return found;
 }
 
-inline FaceHits ScanFaces(const std::vector<std::string>& faces, const Device& device, Cut cut = {}) {
+inline KindHits ScanFaces(const std::vector<std::string>& faces, const Device& device, Cut cut = {}) {
   DeviceReader reader(device);
   return ScanFaces(faces, device, reader, cut);
 }
 
 }  // namespace qzmtraw::test
 
-#endif  // QZMTRAW_TESTS_SYSTEM_FACES_H
+#endif  // QZMTRAW_TESTS_SYSTEM_KIND_HITS_H
