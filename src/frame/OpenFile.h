@@ -45,8 +45,12 @@ class OpenFile : public Base {
 
   /// Reports the file at `fileStart` with `size`, cut to the largest size.
   void ReportClipped(IRawHitSink* sink, std::uint64_t size) {
-    const bool tooLarge = static_cast<std::int64_t>(size) > static_cast<std::int64_t>(maxFileSize);
-    this->ThisDetector().Report(sink, fileStart, tooLarge ? maxFileSize : size);
+    this->ThisDetector().Report(sink, fileStart, IsAboveLimit(size) ? maxFileSize : size);
+  }
+
+  /// Whether a size is cut when it is reported.
+  bool IsAboveLimit(std::uint64_t size) const {
+    return static_cast<std::int64_t>(size) > static_cast<std::int64_t>(maxFileSize);
   }
 
   /// A new head ends the file that is open, if there is one.

@@ -28,8 +28,8 @@ enum class KeyStored { kBeforeScan, kAfterScan };
 /// The base of the shared classifiers. `Self` writes a Scan, which reports nothing and appends to `hits`, and states
 ///
 ///     kFirstKey               the block number that counts as read at the start of the process: none, which is all
-///     bits
-///                             set, unless stated. Where it is 0, the heads of a first block at sector 0 are not seen.
+///                             bits set, unless stated. Where it is 0, the heads of a first block at sector 0 are not
+///                             seen.
 ///     kKeyStored              when the block's number is remembered; before Scan unless stated
 ///     kFaceResetsClassifier   whether Reset of a face resets the classifier; it leaves it alone unless stated
 template <class Self>
@@ -67,8 +67,9 @@ class SharedClassifier : public Detector<Self> {
   std::uint64_t cacheKey = Self::kFirstKey;
 };
 
-/// A kind that has no logic of its own but passes on the hits of one code of a classifier.
-template <class Self, class Classifier, std::uint32_t kCode>
+/// A kind that has no logic of its own but passes on the hits of one code of a classifier, or of several codes, one
+/// code after the other.
+template <class Self, class Classifier, std::uint32_t... kCodes>
 class Face : public Detector<Self> {
  public:
   std::int32_t Reset() override {
@@ -82,7 +83,7 @@ class Face : public Detector<Self> {
   }
 
   std::uint32_t Scan(const RawSectorBlock* block, IRawHitSink* sink) override {
-    Classifier::Instance().Lookup(block, sink, kCode);
+    (Classifier::Instance().Lookup(block, sink, kCodes), ...);
     return 0;
   }
 };

@@ -7,21 +7,27 @@ namespace qzmtraw {
 
 /// The pattern of kinds whose head tells the size. `Self` states, besides what OpenFile asks for,
 ///
-///     static std::int32_t SizeAt(const Sector& sector);    the size in bytes; below the minimum there is no hit
-///     kClosesOnZeroSize                                    false: a size of 0 leaves `fileOpen` set; true unless
-///     stated
+///     std::int64_t SizeAt(const Sector& sector)    the size in bytes; below the minimum there is no hit
+///     kClosesOnZeroSize                            false: a size of 0 leaves `fileOpen` set; true unless stated
+///     kReportsUnknownSize                          true: a size of 0 says that it isn't known, and is reported; false
+///                                                  unless stated
 template <class Self>
 class SizedByHead : public OpenFile<Self> {
  public:
   static constexpr bool kClosesOnZeroSize = true;
+  static constexpr bool kReportsUnknownSize = false;
 
   std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
     const Block block(rawBlock);
     ForEachHead(this->ThisDetector(), block, [&](const Sector& sector) {
-      const std::int64_t size = Self::SizeAt(sector);
+      const std::int64_t size = this->ThisDetector().SizeAt(sector);
       this->ReportFileBeforeHead(sink);
       this->Open(sector.Number());
-      this->ReportSize(sink, static_cast<std::uint64_t>(size));
+      if (Self::kReportsUnknownSize && size == 0) {
+        this->Report(sink, sector.Number(), 0);
+      } else {
+        this->ReportSize(sink, static_cast<std::uint64_t>(size));
+      }
       if (Self::kClosesOnZeroSize || size != 0) this->Close();
     });
     return static_cast<std::uint32_t>(block.SectorCount());

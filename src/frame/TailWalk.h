@@ -32,6 +32,8 @@ enum class LimitTest { kAtOrAbove, kAbove };
 ///     kStraddles       false: a tail across two sectors is not seen
 ///     kLosesSector     true: a sector that doesn't go on with the tail which the one before began is neither searched
 ///                      nor counted
+///     kKeepsBeginning  true: a tail's beginning at a sector's end is asked for its rest at every later sector, until
+///                      another beginning replaces it or the file ends by a tail or at the limit
 ///     kStopsAtTail     true: nothing behind a tail that ended a file is looked at. Otherwise, and unless stated, the
 ///                      sector's end may match a tail's beginning once more, and the next file of the kind inherits
 ///                      the match
@@ -60,6 +62,7 @@ class TailWalk : public Detector<Self> {
   static constexpr bool kSeesTailAtEnd = false;
   static constexpr bool kStraddles = true;
   static constexpr bool kLosesSector = false;
+  static constexpr bool kKeepsBeginning = false;
   static constexpr bool kStopsAtTail = false;
   static constexpr bool kHeadClearsCount = true;
 
@@ -105,7 +108,7 @@ class TailWalk : public Detector<Self> {
   /// Looks for the tail in a sector and reports the file if it ends there.
   /// \return Whether it did, or the sector is done with.
   bool FindTail(const Sector& sector, IRawHitSink* sink) {
-    if (tailMatched != 0 && FindRestOfTail(sector, sink)) return true;
+    if (FindRestOfTail(sector, sink)) return true;
     const auto [ended, stoppedAt] = FindWholeTail(sector, sink);
     if (Self::kStraddles && !(ended && Self::kStopsAtTail)) FindBeginningOfTail(sector, stoppedAt);
     return ended;
@@ -122,6 +125,31 @@ class TailWalk : public Detector<Self> {
   void ReportAndClose(IRawHitSink* sink) {
     this->Report(sink, fileStart, fileSize);
     CloseFile();
+  }
+
+  /// A tail that began at the end of the sector before. \return Whether the file ended, or the sector is done with.
+  bool FindRestOfTail(const Sector& sector, IRawHitSink* sink) {
+    if (tailMatched == 0) return false;
+    const std::size_t matched = tailMatched;
+    const bool goesOn = sector.Has(0, ByteView(Self::kTail).subspan(matched));
+    if (goesOn || !Self::kKeepsBeginning) tailMatched = 0;
+    if (!goesOn) return Self::kLosesSector;
+    if (!this->ThisDetector().EndsAtTail()) return false;
+    fileSize += Self::SizeUpToRest(matched);
+    ReportAndClose(sink);
+    return true;
+  }
+
+  /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
+  void FindBeginningOfTail(const Sector& sector, std::size_t from) {
+    const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
+    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
+    for (std::size_t length = longest; length > 0; --length) {
+      if (BeginsWith(Self::kTail, bytes.last(length))) {
+        tailMatched = static_cast<std::uint32_t>(length);
+        return;
+      }
+    }
   }
 
  private:
@@ -147,17 +175,6 @@ class TailWalk : public Detector<Self> {
     this->ThisDetector().ClearCount();
   }
 
-  /// A tail that began at the end of the sector before.
-  bool FindRestOfTail(const Sector& sector, IRawHitSink* sink) {
-    const std::size_t matched = tailMatched;
-    tailMatched = 0;
-    if (!sector.Has(0, ByteView(Self::kTail).subspan(matched))) return Self::kLosesSector;
-    if (!this->ThisDetector().EndsAtTail()) return false;
-    fileSize += Self::SizeUpToRest(matched);
-    ReportAndClose(sink);
-    return true;
-  }
-
   struct Search {
     bool ended;
     std::size_t stoppedAt;
@@ -176,23 +193,12 @@ class TailWalk : public Detector<Self> {
       if (this->ThisDetector().CountsAt(sector, *found) && this->ThisDetector().EndsAtTail()) {
         fileSize += Self::SizeUpTo(*found);
         ReportAndClose(sink);
+        if (Self::kKeepsBeginning) tailMatched = 0;
         return {true, *found};
       }
       from = *found + 1;
     }
     return {false, places};
-  }
-
-  /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
-  void FindBeginningOfTail(const Sector& sector, std::size_t from) {
-    const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
-    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
-    for (std::size_t length = longest; length > 0; --length) {
-      if (BeginsWith(Self::kTail, bytes.last(length))) {
-        tailMatched = static_cast<std::uint32_t>(length);
-        return;
-      }
-    }
   }
 };
 

@@ -2,6 +2,7 @@
 #define QZMTRAW_TEXT_PDF_FILE_H
 
 #include "frame/HeadTail.h"
+#include "frame/Number.h"
 
 namespace qzmtraw {
 
@@ -22,9 +23,6 @@ class PdfFile : public HeadTail<Self> {
     const std::optional<std::int64_t> end = HeadTail<Self>::EndBehindTail(sector, Bytes("%%EOF"));
     return end ? std::optional(*end + 1) : std::nullopt;
   }
-
- protected:
-  static bool IsDigit(std::uint8_t byte) { return byte >= '0' && byte <= '9'; }
 };
 
 }  // namespace qzmtraw

@@ -76,20 +76,6 @@ TEST(CKACpioFileType, WholeTrailerAtTheSectorsEndBehindTheFilesEndIsInheritedByT
   EXPECT_EQ(ScanCpio(device), (Hits{{kFirst, 111}, {kFirst + 2, 0}}));
 }
 
-TEST(CKACpioFileType, FileWithoutATrailerEndsAboveTheLimit) {
-  // Sectors of 1 MiB: 1600 of them are the limit of 0x64000000 bytes, which is not above it.
-  constexpr int kMebibyte = 1 << 20;
-  const Detector detector = CreateDetector("CKACpioFileType");
-  const auto sectorsFrom = [&](std::uint64_t first) { return Device(1, kMebibyte, first, 'x'); };
-  EXPECT_EQ(Scan(*detector, sectorsFrom(kFirst).Put(kFirst, "070701")), Hits{});
-  for (std::uint64_t i = 1; i < 1600; ++i) ASSERT_EQ(Scan(*detector, sectorsFrom(kFirst + i)), Hits{});
-  // A trailer that ends the sector in which the limit is reached is forgotten with the rest of the state.
-  EXPECT_EQ(Scan(*detector, sectorsFrom(kFirst + 1600).Put(kFirst + 1600, kMebibyte - 11, kTail)),
-            (Hits{{kFirst, 0x64000000}}));
-  EXPECT_EQ(Scan(*detector, sectorsFrom(kFirst + 1601).Put(kFirst + 1601, 100, kTail)), Hits{});
-  EXPECT_EQ(Scan(*detector, sectorsFrom(kFirst + 1602).Put(kFirst + 1602, "070701")), Hits{});
-}
-
 TEST(CKACpioFileType, LimitOfTheHostIsIgnored) {
   const Detector detector = CreateDetector("CKACpioFileType");
   detector->SetMaxFileSize(10);

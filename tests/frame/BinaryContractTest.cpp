@@ -143,6 +143,26 @@ TEST_F(BinaryContract, ScanIsTheSixthOperationAndSetMaxFileSizeTheSeventh) {
   Release(detector);
 }
 
+TEST_F(BinaryContract, JpegDetectorsTellHeadsInAnOperationBehindTheirDestructor) {
+  // The destructor takes two places in the tables that g++ and clang make.
+  constexpr std::size_t kCheckHead = 14;
+  using CheckHead = std::int32_t (*)(void*, const char*, std::int32_t, std::int32_t*);
+  void* camera = Create(68);
+  void* graphics = Create(69);
+  for (const bool isCamera : {true, false}) {
+    const char* const sector = isCamera ? "\xFF\xD8\xFF\xE1xxExif     " : "\xFF\xD8\xFF\xE0xxJfif     ";
+    std::int32_t size = 5;
+    EXPECT_EQ(Operation<CheckHead>(camera, kCheckHead)(camera, sector, 512, &size), isCamera ? 1 : 0);
+    EXPECT_EQ(Operation<CheckHead>(graphics, kCheckHead)(graphics, sector, 512, &size), isCamera ? 0 : 1);
+    EXPECT_EQ(Operation<CheckHead>(camera, kCheckHead)(camera, sector, 7, &size), 0);
+    EXPECT_EQ(Operation<CheckHead>(graphics, kCheckHead)(graphics, sector, 7, nullptr), 0);
+    EXPECT_EQ(Operation<CheckHead>(graphics, kCheckHead)(graphics, nullptr, 512, &size), 0);
+    EXPECT_EQ(size, 5);
+  }
+  Release(camera);
+  Release(graphics);
+}
+
 TEST_F(BinaryContract, ReaderIsAskedThroughTheFourthOperationOfItsTable) {
   HandMadeReader reader{readerTable_.data(), 0};
   IRawSectorReader* asLibrarySeesIt = nullptr;

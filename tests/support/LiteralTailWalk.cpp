@@ -32,8 +32,8 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
   const auto findTail = [&](const std::string& s, const std::string& rest) {
     if (tailMatched != 0) {
       const std::size_t k = tailMatched;
-      tailMatched = 0;
       const bool goesOn = rest.compare(0, m - k, tail, k, m - k) == 0;
+      if (goesOn || !keepsBeginning) tailMatched = 0;
       if (!goesOn && losesSector) return true;
       if (goesOn && countsAsEnd()) {
         fileSize += sizeUpToRest(k);
@@ -46,10 +46,11 @@ Hits LiteralTailWalk::Scan(const Device& device) const {
     const std::size_t n = s.size();
     const std::size_t compared = comparedBytes == 0 ? m : comparedBytes;
     for (; i + m < n || (seesTailAtEnd && i + m == n); ++i) {
-      if (s.compare(i, compared, tail, 0, compared) == 0 && countsAsEnd()) {
+      if (seesWholeTails && s.compare(i, compared, tail, 0, compared) == 0 && countsAsEnd()) {
         fileSize += sizeUpTo(i);
         report();
         found = true;
+        if (keepsBeginning) tailMatched = 0;
         break;
       }
     }

@@ -26,7 +26,9 @@ struct LiteralTailWalk {
   std::size_t comparedBytes = 0;       ///< Of the tail, inside a sector; 0: all.
   bool seesTailAtEnd = false;          ///< A whole tail may touch the sector's last byte.
   bool straddles = true;               ///< A tail across two sectors is seen.
+  bool seesWholeTails = true;          ///< A whole tail inside a sector is seen.
   bool losesSector = false;            ///< A sector that doesn't go on with a tail that was begun isn't counted.
+  bool keepsBeginning = false;         ///< A tail that was begun may go on at any later sector, until the file's end.
   bool headForgetsMatch = false;       ///< A head that closes a file forgets the beginning of a tail.
   std::size_t uncountedAtHead = 0;     ///< Bytes at the end of a head's sector that aren't searched or counted.
   /// Instead of `heads`, where bytes inside the head may be any. Is given the bytes from the sector's start on.
