@@ -236,8 +236,8 @@ def document():
     lines = ["<!-- Made by docs/make_formats.py from docs/formats.txt and the sources. -->", "", introduction.strip()]
     for category, table in categories.items():
         lines += ["", f"## {category_title(category)}", ""]
-        lines += ["| row | ext. | description | start | size | maximum | hints | to know |", "| --: " + "| --- " * 7 + "|"]
-        lines += table
+        lines += ["| row | ext. | description | start | size | maximum | hints | to know |"]
+        lines += ["| --: " + "| --- " * 7 + "|", *table]
     return re.sub(r" +\|", " |", "\n".join(lines)) + "\n"
 
 
