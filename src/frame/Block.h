@@ -98,6 +98,15 @@ class Sector {
   std::uint32_t BigU32(std::int64_t offset) const { return Big<std::uint32_t>(offset); }
   std::uint64_t BigU64(std::int64_t offset) const { return Big<std::uint64_t>(offset); }
 
+  /// Reverses a field of four bytes in the host's memory, and leaves it so. One that the block doesn't hold whole stays
+  /// as it is. \return The field as it reads then, which is U32 of the same offset.
+  std::uint32_t ReverseU32InPlace(std::int64_t offset) const {
+    if (!Holds(offset, sizeof(std::uint32_t))) return 0;
+    std::uint8_t* field = raw_->data + bytesBefore_ + offset;
+    std::reverse(field, field + sizeof(std::uint32_t));
+    return U32(offset);
+  }
+
  private:
   template <std::unsigned_integral T>
   T Little(std::int64_t offset) const {

@@ -36,6 +36,10 @@ consteval ByteString<kLength - 1> Bytes(const char (&literal)[kLength]) {
   return string;
 }
 
+/// A byte string of zeros.
+template <std::size_t kLength>
+inline constexpr ByteString<kLength> kZeros{};
+
 /// The characters of an ASCII literal as a file in UTF-16 holds them, least significant byte first.
 template <std::size_t kLength>
 consteval ByteString<2 * (kLength - 1)> Utf16(const char (&literal)[kLength]) {

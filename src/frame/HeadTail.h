@@ -50,12 +50,13 @@ class HeadTail : public OpenFile<Self, Base> {
   }
 
  protected:
-  /// Where the first tail ends that doesn't touch the sector's last byte.
-  static std::optional<std::int64_t> EndBehindTail(const Sector& sector, ByteView tail) {
-    const ByteView searched = sector.Bytes().first(static_cast<std::size_t>(sector.Size()) - 1);
-    const std::optional<std::size_t> found = Find(searched, tail);
+  /// Where a file ends that goes on for `bytesBehind` bytes behind the first tail. The end doesn't touch the sector's
+  /// last byte.
+  static std::optional<std::int64_t> EndBehindTail(const Sector& sector, ByteView tail, std::int32_t bytesBehind = 0) {
+    const std::int32_t searchedBytes = std::max(sector.Size() - 1 - bytesBehind, 0);
+    const std::optional<std::size_t> found = Find(sector.Bytes().first(static_cast<std::size_t>(searchedBytes)), tail);
     if (!found) return std::nullopt;
-    return static_cast<std::int64_t>(*found + tail.size());
+    return static_cast<std::int64_t>(*found + tail.size()) + bytesBehind;
   }
 
  private:

@@ -28,7 +28,10 @@ enum class LimitTest { kAtOrAbove, kAbove };
 ///     kOpenMark        what tells a head that a file is open; its size, and that it has a start, unless stated
 ///     kHasOpenFlag     true: `fileOpen` says that a file is open, so one at sector 0 is followed as well
 ///     kComparedBytes   how many bytes of the tail are compared inside a sector, where the first few decide
-///     kSeesTailAtEnd   true: inside a sector, a whole tail may touch its last byte
+///     kTailBeginsCommonly
+///                      true: the tail's first byte is common in the files, so the search isn't led by it
+///     kTailRoom        how many bytes the sector must have from a tail's first byte on, where more follows the tail
+///     kSeesTailAtEnd   true: inside a sector, a whole tail, or its room, may touch the last byte
 ///     kStraddles       false: a tail across two sectors is not seen
 ///     kLosesSector     true: a sector that doesn't go on with the tail which the one before began is neither searched
 ///                      nor counted
@@ -43,6 +46,9 @@ enum class LimitTest { kAtOrAbove, kAbove };
 ///                                         stated, the bytes up to its end
 ///     std::uint64_t SizeUpToRest(k)       the same for a tail whose first k bytes ended the sector before
 ///     bool CountsAt(sector, offset)       whether a whole tail at this offset of the sector is one
+///     bool GoesOn(sector, k)              whether a tail whose first k bytes ended the sector before goes on
+///     void FindBeginningOfTail(sector, from)
+///                                         keeps what the sector's end, at or behind the offset, has of a tail
 ///     bool EndsAtTail()                   whether the tail that was just met ends the file
 ///     void ClearCount()                   clears what EndsAtTail counts, where it counts, and what the class keeps of
 ///                                         an open file besides
@@ -59,6 +65,8 @@ class TailWalk : public Detector<Self> {
   static constexpr OpenMark kOpenMark = OpenMark::kFileSize;
   static constexpr bool kHasOpenFlag = false;
   static constexpr std::size_t kComparedBytes = std::numeric_limits<std::size_t>::max();
+  static constexpr bool kTailBeginsCommonly = false;
+  static constexpr std::size_t kTailRoom = 0;
   static constexpr bool kSeesTailAtEnd = false;
   static constexpr bool kStraddles = true;
   static constexpr bool kLosesSector = false;
@@ -95,6 +103,9 @@ class TailWalk : public Detector<Self> {
   static std::uint64_t SizeUpTo(std::size_t offset) { return offset + Self::kTail.Size(); }
   static std::uint64_t SizeUpToRest(std::size_t matched) { return Self::kTail.Size() - matched; }
   static bool CountsAt(const Sector& /*sector*/, std::size_t /*offset*/) { return true; }
+  static bool GoesOn(const Sector& sector, std::size_t matched) {
+    return sector.Has(0, ByteView(Self::kTail).subspan(matched));
+  }
   static bool EndsAtTail() { return true; }
   static void ClearCount() {}
   static ByteView SearchedBytes(const Sector& sector) { return sector.Bytes(); }
@@ -110,8 +121,22 @@ class TailWalk : public Detector<Self> {
   bool FindTail(const Sector& sector, IRawHitSink* sink) {
     if (FindRestOfTail(sector, sink)) return true;
     const auto [ended, stoppedAt] = FindWholeTail(sector, sink);
-    if (Self::kStraddles && !(ended && Self::kStopsAtTail)) FindBeginningOfTail(sector, stoppedAt);
+    if (Self::kStraddles && !(ended && Self::kStopsAtTail)) {
+      this->ThisDetector().FindBeginningOfTail(sector, stoppedAt);
+    }
     return ended;
+  }
+
+  /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
+  void FindBeginningOfTail(const Sector& sector, std::size_t from) {
+    const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
+    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
+    for (std::size_t length = longest; length > 0; --length) {
+      if (BeginsWith(Self::kTail, bytes.last(length))) {
+        tailMatched = static_cast<std::uint32_t>(length);
+        return;
+      }
+    }
   }
 
  protected:
@@ -131,25 +156,13 @@ class TailWalk : public Detector<Self> {
   bool FindRestOfTail(const Sector& sector, IRawHitSink* sink) {
     if (tailMatched == 0) return false;
     const std::size_t matched = tailMatched;
-    const bool goesOn = sector.Has(0, ByteView(Self::kTail).subspan(matched));
+    const bool goesOn = this->ThisDetector().GoesOn(sector, matched);
     if (goesOn || !Self::kKeepsBeginning) tailMatched = 0;
     if (!goesOn) return Self::kLosesSector;
     if (!this->ThisDetector().EndsAtTail()) return false;
     fileSize += Self::SizeUpToRest(matched);
     ReportAndClose(sink);
     return true;
-  }
-
-  /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
-  void FindBeginningOfTail(const Sector& sector, std::size_t from) {
-    const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
-    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
-    for (std::size_t length = longest; length > 0; --length) {
-      if (BeginsWith(Self::kTail, bytes.last(length))) {
-        tailMatched = static_cast<std::uint32_t>(length);
-        return;
-      }
-    }
   }
 
  private:
@@ -175,6 +188,12 @@ class TailWalk : public Detector<Self> {
     this->ThisDetector().ClearCount();
   }
 
+  static std::optional<std::size_t> FindCompared(ByteView searched, ByteView compared, std::size_t from) {
+    if (!Self::kTailBeginsCommonly) return Find(searched, compared, from);
+    const std::optional<std::size_t> found = FindText(searched.subspan(from), compared);
+    return found ? std::optional<std::size_t>(from + *found) : std::nullopt;
+  }
+
   struct Search {
     bool ended;
     std::size_t stoppedAt;
@@ -183,13 +202,14 @@ class TailWalk : public Detector<Self> {
   /// A tail that ends in front of the sector's last byte, or with it where kSeesTailAtEnd says so.
   Search FindWholeTail(const Sector& sector, IRawHitSink* sink) {
     const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
-    constexpr std::size_t kBytesBehindPlaces = Self::kTail.Size() - (Self::kSeesTailAtEnd ? 1 : 0);
+    constexpr std::size_t kRoom = std::max(Self::kTailRoom, Self::kTail.Size());
+    constexpr std::size_t kBytesBehindPlaces = kRoom - (Self::kSeesTailAtEnd ? 1 : 0);
     if (bytes.size() <= kBytesBehindPlaces) return {false, 0};
     const std::size_t places = bytes.size() - kBytesBehindPlaces;
     const ByteView compared = ByteView(Self::kTail).first(std::min(Self::kTail.Size(), Self::kComparedBytes));
     const ByteView searched = bytes.first(places - 1 + compared.size());
     std::size_t from = 0;
-    while (const std::optional<std::size_t> found = Find(searched, compared, from)) {
+    while (const std::optional<std::size_t> found = FindCompared(searched, compared, from)) {
       if (this->ThisDetector().CountsAt(sector, *found) && this->ThisDetector().EndsAtTail()) {
         fileSize += Self::SizeUpTo(*found);
         ReportAndClose(sink);
