@@ -185,11 +185,13 @@ def maximum_of(name, fields, sources):
 
 
 def size_text(size):
-    """A size in its greatest unit, with the bytes where that isn't exact."""
-    for unit, name in (1 << 30, "GiB"), (1 << 20, "MiB"), (1 << 10, "KiB"):
-        if size >= unit:
-            return f"{size // unit} {name}" if size % unit == 0 else f"{size / unit:.1f} {name} ({size} bytes)"
-    return f"{size} bytes"
+    """A size in the greatest unit of which it is a whole number, or roughly, with the bytes."""
+    units = (1 << 30, "GiB"), (1 << 20, "MiB"), (1 << 10, "KiB"), (1, "bytes")
+    for unit, name in units:
+        if size % unit == 0 and size // unit < 10000:
+            return f"{size // unit} {name}"
+    unit, name = next(pair for pair in units if size >= pair[0])
+    return f"{size / unit:.1f} {name} ({size} bytes)"
 
 
 def escaped(text):
