@@ -19,7 +19,7 @@ cp -r "$here/src" "$folder/content/"
 cp -r "$here/tests/data/zip" "$folder/content/documents"
 cd "$folder/content"
 
-number=10
+number=100
 # Runs a program that writes to the path it gets as its last word.
 add() {
   local name=$1
@@ -50,7 +50,7 @@ add checksum.cpio make_cpio crc documents
 add sources.zip make_zip src
 add book.epub make_epub
 add program.jar make_jar
-for document in "$here"/tests/data/{compound,text,zip}/*; do add "$(basename "$document")" cp "$document"; done
+for document in "$here"/tests/data/{archives,bitmaps,compound,drawings,media,photos,stores,system,text,zip}/*; do add "$(basename "$document")" cp "$document"; done
 
 sector_size=512
 sector=64
