@@ -14,11 +14,13 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <span>
 #include <type_traits>
-#include <utility>
 
 #include "frame/Block.h"
 #include "frame/Bytes.h"
@@ -44,9 +46,8 @@ struct Probe {
   /// Bytes from a sector's start that the probe looks at.
   constexpr std::int32_t Reach() const { return offset + 4; }
 
-  bool HoldsAt(const std::uint8_t* sector) const {
-    return (LoadLittle<std::uint32_t>(sector + offset) & mask) == value;
-  }
+  /// 4 for each byte that is looked at, and 16 unless all of them are zero.
+  constexpr int Selectivity() const { return std::popcount(mask) / 2 + (value != 0 ? 16 : 0); }
 
   constexpr bool operator==(const Probe&) const = default;
 };
@@ -61,6 +62,14 @@ struct ProbeSet {
       if (probes[i] == probe) return;
     }
     probes[count++] = probe;
+  }
+
+  /// How well the probes tell heads from other sectors, by what sectors hold on real devices: the more bytes the
+  /// better, zeros are everywhere, and each further probe costs.
+  constexpr int Selectivity() const {
+    int least = std::numeric_limits<int>::max();
+    for (std::size_t i = 0; i < count; ++i) least = std::min(least, probes[i].Selectivity());
+    return least - static_cast<int>(count);
   }
 
   /// Bytes from a sector's start that the probes look at.
@@ -91,14 +100,18 @@ struct StringAt : HeadExpression {
   }
 };
 
-/// Both expressions hold. The left one's probes stand for both.
+/// Both expressions hold. The probes of the one that tells more sectors apart stand for both.
 template <class Left, class Right>
 struct Both : HeadExpression {
   Left left;
   Right right;
 
   bool Matches(const Sector& sector) const { return left.Matches(sector) && right.Matches(sector); }
-  constexpr ProbeSet Probes() const { return left.Probes(); }
+  constexpr ProbeSet Probes() const {
+    const ProbeSet ofLeft = left.Probes();
+    const ProbeSet ofRight = right.Probes();
+    return ofRight.Selectivity() > ofLeft.Selectivity() ? ofRight : ofLeft;
+  }
 };
 
 /// At least one of the expressions holds.
@@ -153,79 +166,25 @@ bool IsHeadAt(Detector&& detector, const Sector& sector) {
 
 namespace detail {
 
-/// The probes of a head expression, compiled into the loop.
-template <class Detector>
-struct ExpressionProbes {
-  static constexpr ProbeSet kSet = Detector::kHead.Probes();
-
-  static constexpr std::int32_t Reach() { return kSet.Reach(); }
-  bool operator()(const std::uint8_t* sector) const { return Any(sector, std::make_index_sequence<kSet.count>()); }
-  template <std::size_t... kIndex>
-  static bool Any(const std::uint8_t* sector, std::index_sequence<kIndex...> /*indexes*/) {
-    return (kSet.probes[kIndex].HoldsAt(sector) || ...);
-  }
-};
-
-/// The one probe of a detector that makes its own.
-struct OwnProbe {
-  Probe probe;
-
-  std::int32_t Reach() const { return probe.Reach(); }
-  bool operator()(const std::uint8_t* sector) const { return probe.HoldsAt(sector); }
-};
-
-/// For detectors without probes: every sector may be a head.
-struct NoProbe {};
+/// The index of the block's first sector from `index` on at which one of the probes holds, or the number of sectors.
+/// Sectors at which a probe would reach beyond the block's last byte count as if it held.
+std::int32_t NextCandidate(const Block& block, std::span<const Probe> probes, std::int32_t reach, std::int32_t index);
 
 template <class Detector>
-auto ProbesOf(const Detector& detector) {
+inline constexpr ProbeSet kProbesOf = Detector::kHead.Probes();
+
+/// The same by what the detector states. Without probes, every sector is a candidate.
+template <class Detector>
+std::int32_t NextCandidateOf(const Detector& detector, const Block& block, std::int32_t index) {
   if constexpr (requires { Detector::kHead; }) {
-    return ExpressionProbes<Detector>{};
+    constexpr const ProbeSet& kProbes = kProbesOf<Detector>;
+    return NextCandidate(block, {kProbes.probes.data(), kProbes.count}, kProbes.Reach(), index);
   } else if constexpr (requires { detector.HeadProbe(); }) {
-    return OwnProbe{detector.HeadProbe()};
+    const Probe probe = detector.HeadProbe();
+    return NextCandidate(block, {&probe, 1}, probe.Reach(), index);
   } else {
-    return NoProbe{};
+    return index;
   }
-}
-
-/// The first sector from `index` on, below `end`, at which a probe holds, or `end`. Sectors are taken by eights to
-/// save the loop's own work. A stride known to the compiler keeps the addresses out of registers.
-template <std::ptrdiff_t kStride, class Probes>
-std::int32_t NextCandidate(const Probes& holds, const std::uint8_t* data, std::int32_t index, std::int32_t end,
-                           std::ptrdiff_t anyStride) {
-  const std::ptrdiff_t stride = kStride != 0 ? kStride : anyStride;
-  const std::uint8_t* sector = data + index * stride;
-  constexpr std::int32_t kGroup = 8;
-  const std::int32_t lastGroup = end - kGroup;
-  for (; index <= lastGroup; index += kGroup, sector += kGroup * stride) {
-    if (holds(sector) || holds(sector + stride) || holds(sector + 2 * stride) || holds(sector + 3 * stride) ||
-        holds(sector + 4 * stride) || holds(sector + 5 * stride) || holds(sector + 6 * stride) ||
-        holds(sector + 7 * stride)) {
-      break;
-    }
-  }
-  for (; index < end; ++index, sector += stride) {
-    if (holds(sector)) break;
-  }
-  return index;
-}
-
-/// NextCandidate for any sector size. Where a probe would reach beyond the block's last byte, every sector is a
-/// candidate.
-template <class Probes>
-std::int32_t NextCandidateIn(const Block& block, const Probes& probes, std::int32_t index) {
-  std::int32_t end = block.SectorCount();
-  if (block.SectorSize() < probes.Reach()) {
-    const std::int64_t room = block.ByteCount() - probes.Reach();
-    end = room < 0 ? 0 : static_cast<std::int32_t>(std::min<std::int64_t>(end, room / block.SectorSize() + 1));
-  }
-  if (index >= end) return index;
-  return block.SectorSize() == 512 ? NextCandidate<512>(probes, block.Data(), index, end, 512)
-                                   : NextCandidate<0>(probes, block.Data(), index, end, block.SectorSize());
-}
-template <>
-inline std::int32_t NextCandidateIn(const Block& /*block*/, const NoProbe& /*probes*/, std::int32_t index) {
-  return index;
 }
 
 }  // namespace detail
@@ -235,9 +194,8 @@ inline std::int32_t NextCandidateIn(const Block& /*block*/, const NoProbe& /*pro
 template <class Detector>
 std::int32_t NextHead(Detector&& detector, const Block& block, std::int32_t index) {
   if (block.SectorSize() < std::remove_reference_t<Detector>::kFloor) return block.SectorCount();
-  const auto probes = detail::ProbesOf(detector);
   for (; index < block.SectorCount(); ++index) {
-    index = detail::NextCandidateIn(block, probes, index);
+    index = detail::NextCandidateOf(detector, block, index);
     if (index == block.SectorCount() || IsHeadAt(detector, block[index])) break;
   }
   return index;
