@@ -74,7 +74,8 @@ void Feed(IRawFileType& detector, const Device& device, IRawHitSink& sink, IRawS
 void ScanBlock(IRawFileType& detector, const RawSectorBlock& block, IRawHitSink& sink) {
   NotingSink notingSink(sink);
   detector.Scan(&block, &notingSink);
-  if (notingSink.foundAny) rowsThatFound.insert(rowOfDetector.at(&detector));
+  const auto row = rowOfDetector.find(&detector);
+  if (notingSink.foundAny && row != rowOfDetector.end()) rowsThatFound.insert(row->second);
 }
 
 const std::set<std::int32_t>& RowsThatFound() { return rowsThatFound; }

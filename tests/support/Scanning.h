@@ -60,7 +60,7 @@ void ForEachBlock(const Device& device, IRawSectorReader& reader, Cut cut,
 /// Feeds the device to the detector block by block.
 void Feed(IRawFileType& detector, const Device& device, IRawHitSink& sink, IRawSectorReader& reader, Cut cut = {});
 
-/// Hands one block to a detector that CreateDetector made, and takes note if it reports something.
+/// Hands one block to a detector. If CreateDetector made it, takes note when it reports something.
 void ScanBlock(IRawFileType& detector, const RawSectorBlock& block, IRawHitSink& sink);
 /// The rows of which ScanBlock, Feed or Scan has taken note in this process.
 const std::set<std::int32_t>& RowsThatFound();
