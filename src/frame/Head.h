@@ -49,6 +49,13 @@ struct Probe {
   /// 4 for each byte that is looked at, and 16 unless all of them are zero.
   constexpr int Selectivity() const { return std::popcount(mask) / 2 + (value != 0 ? 16 : 0); }
 
+  /// The probe that holds wherever this one or another one at the same offset does: of what both look at, it looks at
+  /// the bits in which they agree.
+  constexpr Probe Common(const Probe& other) const {
+    const std::uint32_t agreed = mask & other.mask & ~(value ^ other.value);
+    return {offset, agreed, value & agreed};
+  }
+
   constexpr bool operator==(const Probe&) const = default;
 };
 
@@ -57,9 +64,15 @@ struct ProbeSet {
   std::array<Probe, 16> probes{};
   std::size_t count = 0;
 
+  /// Probes that agree in much become one.
   constexpr void Add(const Probe& probe) {
+    constexpr int kEnoughBits = 15;
     for (std::size_t i = 0; i < count; ++i) {
       if (probes[i] == probe) return;
+      const Probe common = probes[i].Common(probe);
+      if (probes[i].offset != probe.offset || common.value == 0 || std::popcount(common.mask) < kEnoughBits) continue;
+      probes[i] = common;
+      return;
     }
     probes[count++] = probe;
   }
