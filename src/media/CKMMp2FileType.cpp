@@ -3,8 +3,9 @@
 
 namespace qzmtraw {
 
-/// MPEG audio of Layer II: frames without anything around them. The first frame is MPEG-1 Layer II without a CRC, and
-/// copyrighted original; of the others only the length is asked, which layers and versions give each in its own way.
+/// MPEG audio of Layer II: frames without anything around them. The first frame is MPEG-1 Layer II without a CRC, not
+/// copyrighted, and original; of the others only the length is asked, which layers and versions give each in its own
+/// way.
 class CKMMp2FileType final : public FrameWalk<CKMMp2FileType, mpeg_audio::kHeaderSize> {
  public:
   static constexpr auto kHead = At(0, "\xFF\xFD") && At(3, "\x04");

@@ -1,5 +1,8 @@
+#include <array>
+#include <optional>
+
+#include "frame/ChainWalk.h"
 #include "frame/StartOnly.h"
-#include "stores/RecordWalk.h"
 
 namespace qzmtraw {
 
@@ -10,15 +13,23 @@ class CKDFrmFileType final : public StartOnly<CKDFrmFileType> {
   static constexpr auto kHead =
       At(0, "\xFE\x01") && At(32, "\0\x05") && At(5, "\0") && At(41, "\0\0\0\0") && At(45, "\0\0");
 
-  static std::uint64_t SizeAt(const Sector& sector) {
+  std::int32_t Reset() override {
+    allowance_ = {};
+    return StartOnly::Reset();
+  }
+
+  std::uint64_t SizeAt(const Sector& sector) {
     constexpr std::uint16_t kEndMark = 255;
     constexpr std::uint64_t kLastPlace = 0x3ffffffe;
+    constexpr std::uint64_t kLargestFile = 0x7fffffff;
     constexpr std::uint64_t kWordSize = 2;
     const std::uint16_t ioSize = sector.U16(6);
-    KFileSimulator simulator(sector.RawBlock(), sector.Number(), kLargestWalkedFile);
+    KFileSimulator simulator(sector.RawBlock(), sector.Number(), kLargestFile);
+    allowance_.EarnUpTo(sector.Number());
     std::uint64_t size = 0;
     std::uint16_t step = ioSize;
     do {
+      if (!allowance_.PayStep(size, size + step)) break;
       size += step;
       std::optional<std::uint16_t> word = WordAt(simulator, size);
       if (!word) return size;
@@ -42,6 +53,8 @@ class CKDFrmFileType final : public StartOnly<CKDFrmFileType> {
     if (!simulator.Read(bytes.data(), 2)) return std::nullopt;
     return LoadLittle<std::uint16_t>(bytes.data());
   }
+
+  WalkAllowance allowance_;
 };
 
 DETECTOR(CKDFrmFileType);

@@ -1,7 +1,7 @@
 // Databases. They are written in pages and have no end mark, so that most are known by their start alone.
 
+#include "frame/ChainWalk.h"
 #include "frame/StartOnly.h"
-#include "stores/RecordWalk.h"
 
 namespace qzmtraw {
 
@@ -100,18 +100,20 @@ DETECTOR(CKDPdbFileType);
 /// Tables of Visual FoxPro: a header, and records of one length. The head is the version byte and one certain date of
 /// the last change, July 3rd of a year that ends with 15: tables with another date aren't found. A record begins with a
 /// space unless it was deleted, and the first other byte ends the table.
-class CKDDbfFileType final : public StartOnly<CKDDbfFileType> {
+class CKDDbfFileType final : public ChainWalk<StartOnly<CKDDbfFileType>> {
  public:
   static constexpr auto kHead = At(0, "\x30\x0F\x07\x03");
 
-  static std::uint64_t SizeAt(const Sector& sector) {
+  std::uint64_t SizeAt(const Sector& sector) {
     const std::uint16_t headerLength = sector.U16(8);
     // The length of a record, and two bytes behind it that most tables leave zero.
     const std::uint32_t recordStep = sector.U32(10);
     constexpr std::uint8_t kLiveRecord = ' ';
-    return 1 + EndOfRecords<1>(sector, headerLength, [recordStep](ByteView record) {
-             return record[0] == kLiveRecord ? std::optional<std::uint64_t>(recordStep) : std::nullopt;
-           });
+    const auto next = [recordStep](KFileSimulator& file, std::uint64_t place) -> std::optional<std::uint64_t> {
+      if (file.ReadByte() != kLiveRecord) return std::nullopt;
+      return place + recordStep;
+    };
+    return 1 + FollowChain(sector, headerLength, next);
   }
 };
 DETECTOR(CKDDbfFileType);

@@ -2,9 +2,9 @@
 
 #include <algorithm>
 
+#include "frame/ChainWalk.h"
 #include "frame/SizedByHead.h"
 #include "frame/StartOnly.h"
-#include "stores/RecordWalk.h"
 
 namespace qzmtraw {
 
@@ -67,18 +67,20 @@ class CKIENsfFileType final : public StartOnly<CKIENsfFileType> {
 DETECTOR(CKIENsfFileType);
 
 /// Message bases of The Bat!: a header and, for each message, a header of its own with the length of what follows it.
-class CKIETbbFileType final : public StartOnly<CKIETbbFileType> {
+class CKIETbbFileType final : public ChainWalk<StartOnly<CKIETbbFileType>> {
  public:
   static constexpr auto kHead = At(0, "\x20\x06\x79\x19\x08\x0C\0\0");
 
-  static std::uint64_t SizeAt(const Sector& sector) {
+  std::uint64_t SizeAt(const Sector& sector) {
     constexpr std::uint64_t kHeaderLength = 3080;
-    constexpr std::uint32_t kRecordHeaderLength = 48;
-    return EndOfRecords<kRecordHeaderLength>(sector, kHeaderLength, [](ByteView record) {
+    const auto next = [](KFileSimulator& file, std::uint64_t place) -> std::optional<std::uint64_t> {
       constexpr std::uint32_t kRecordMark = 0x19700921;
-      const std::uint64_t length = std::uint64_t{LoadLittle<std::uint32_t>(&record[36])} + kRecordHeaderLength;
-      return LoadLittle<std::uint32_t>(record.data()) == kRecordMark ? std::optional(length) : std::nullopt;
-    });
+      std::array<std::uint8_t, 48> header{};
+      file.Read(header.data(), header.size());
+      if (LoadLittle<std::uint32_t>(header.data()) != kRecordMark) return std::nullopt;
+      return place + LoadLittle<std::uint32_t>(&header[36]) + header.size();
+    };
+    return FollowChain(sector, kHeaderLength, next);
   }
 };
 DETECTOR(CKIETbbFileType);

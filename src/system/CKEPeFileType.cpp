@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
-#include <vector>
+#include <memory>
+#include <new>
 
 #include "frame/KFileSimulator.h"
 #include "frame/Search.h"
@@ -23,7 +24,7 @@ struct ModuleCode {
 class CKEPeFileType final : public SharedClassifier<CKEPeFileType> {
  public:
   static constexpr auto kHead = At(0, "MZ") && At(12, "\xFF\xFF");
-  /// What is read of the headers is one sector, so that FileAlignment reads 0 in smaller ones, which is no head.
+  /// What is read of the headers is one sector. Smaller ones don't hold the whole of FileAlignment.
   static constexpr std::int32_t kFloor = 64;
 
   CKEPeFileType() { SetTexts("PE file", ""); }
@@ -69,14 +70,14 @@ class CKEPeFileType final : public SharedClassifier<CKEPeFileType> {
 
   /// \return Whether the stub at the sector leads to a module; then `fileSize` and `typeCode` tell of it.
   bool Examine(const Sector& sector) {
-    workBuffer.assign(static_cast<std::size_t>(sector.Size()), 0);
+    if (!ClearWorkBuffer(static_cast<std::uint32_t>(sector.Size()))) return false;
     KFileSimulator file(sector.RawBlock(), sector.Number(), 0x10000);
-    file.Read(workBuffer.data(), 64);
+    file.Read(workBuffer.get(), 64);
     const auto headerOffset = LoadLittle<std::uint32_t>(&workBuffer[0x3C]);
     file.SetPos(static_cast<std::uint64_t>(static_cast<std::int32_t>(headerOffset)));
     ReadSector(file);
     Header header{};
-    std::copy_n(workBuffer.begin(), std::min(workBuffer.size(), header.size()), header.begin());
+    std::copy_n(workBuffer.get(), std::min<std::size_t>(bufferSize_, header.size()), header.begin());
 
     if (U32(header, kFileAlignmentAt) == 0) return false;
     if (!BeginsWith(header, Bytes("PE\0\0"))) {
@@ -86,7 +87,7 @@ class CKEPeFileType final : public SharedClassifier<CKEPeFileType> {
     }
     Classify(U16(header, kCharacteristicsAt));
     fileSize =
-        std::min<std::uint64_t>(SizeOfParts(header, headerOffset, file), U32(header, kImageSizeAt)) + workBuffer.size();
+        std::min<std::uint64_t>(SizeOfParts(header, headerOffset, file), U32(header, kImageSizeAt)) + bufferSize_;
     return true;
   }
 
@@ -119,7 +120,7 @@ class CKEPeFileType final : public SharedClassifier<CKEPeFileType> {
                               KFileSimulator& file) {
     constexpr std::uint32_t kSectionHeaderSize = 40;
     constexpr std::uint32_t kRawSizeAt = 16;
-    const auto lastOffset = static_cast<std::uint32_t>(workBuffer.size()) - kSectionHeaderSize;
+    const auto lastOffset = bufferSize_ - kSectionHeaderSize;
     std::uint32_t bufferPosition = headerOffset;
     std::uint32_t sum = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
@@ -138,12 +139,25 @@ class CKEPeFileType final : public SharedClassifier<CKEPeFileType> {
     return sum;
   }
 
-  void ReadSector(KFileSimulator& file) { file.Read(workBuffer.data(), static_cast<std::uint32_t>(workBuffer.size())); }
+  /// \return Whether there is memory for a sector.
+  bool ClearWorkBuffer(std::uint32_t sectorSize) {
+    if (sectorSize != bufferSize_) {
+      bufferSize_ = 0;
+      workBuffer.reset(new (std::nothrow) std::uint8_t[sectorSize]);
+      if (workBuffer == nullptr) return false;
+      bufferSize_ = sectorSize;
+    }
+    std::fill_n(workBuffer.get(), bufferSize_, std::uint8_t{0});
+    return true;
+  }
+
+  void ReadSector(KFileSimulator& file) { file.Read(workBuffer.get(), bufferSize_); }
 
   /// The size of the last PE file.
   std::uint64_t fileSize = 0;
   /// One sector, kept from head to head.
-  std::vector<std::uint8_t> workBuffer;
+  std::unique_ptr<std::uint8_t[]> workBuffer;
+  std::uint32_t bufferSize_ = 0;
   /// The kind of the last module; 0 before the first.
   std::uint32_t typeCode = 0;
 };

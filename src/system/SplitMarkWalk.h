@@ -7,7 +7,7 @@ namespace qzmtraw {
 
 /// The tail walk of kinds that end with a mark of three bytes, the third of which doesn't belong to the file. Two flags
 /// tell which of the mark's bytes ended an earlier sector. A flag stays set until the file ends, also when the sector
-/// behind doesn't go on with the mark, and a head clears neither. `Self` states
+/// behind doesn't go on with the mark; neither a head nor, for some kinds, an end by a flag clears it. `Self` states
 ///
 ///     kMark                    the first two bytes of the mark
 ///     kSplitMarkClearsFlags    false: an end by a flag leaves both flags set for the next file

@@ -229,7 +229,7 @@ class EndlessReader final : public IRawSectorReader {
   std::uint32_t ReservedOperation2() override { return 0; }
   std::uint32_t ReservedOperation3() override { return 0; }
   std::int32_t ReadSectors(std::uint64_t /*startSector*/, void* buffer, std::uint32_t sectorCount) override {
-    const std::string header = Member(0, 512);
+    const std::string header = Member(0, 0x100000);
     for (std::uint32_t i = 0; i < sectorCount; ++i) {
       std::memcpy(static_cast<char*>(buffer) + std::size_t{i} * 512, header.data(), header.size());
     }
@@ -239,13 +239,22 @@ class EndlessReader final : public IRawSectorReader {
 
 TEST(CKALzhFileType, ReaderThatAnswersForEverDoesntHoldUpTheScan) {
   std::vector<std::uint8_t> sector(512, 0);
-  const std::string header = Member(0, 512);
+  const std::string header = Member(0, 0x100000);
   std::memcpy(sector.data(), header.data(), header.size());
   EndlessReader reader;
   const RawSectorBlock block{kFirst, sector.data(), 1, 512, &reader};
   RecordingSink sink;
   CreateDetector("CKALzhFileType")->Scan(&block, &sink);
-  EXPECT_EQ(sink.Found(), (Hits{{kFirst, std::uint64_t{4096} * 512 + 1}}));
+  EXPECT_EQ(sink.Found(), (Hits{{kFirst, std::uint64_t{0x40000} * 0x100000 + 1}}));
+}
+
+TEST(CKALzhFileType, NumberOfMembersHasNoLimit) {
+  // Few of them stand at the start of a sector.
+  Device device(5100);
+  for (std::size_t i = 0; i < 5000; ++i) device.Put(kFirst, i * 514, Member(0, 514));
+  const Hits found = Scan(*CreateDetector("CKALzhFileType"), device);
+  ASSERT_FALSE(found.empty());
+  EXPECT_EQ(found.front(), (Hit{kFirst, 5000 * 514 + 1}));
 }
 
 TEST(CKALzhFileType, EveryHeadIsAFileOfItsOwn) {

@@ -69,15 +69,25 @@ TEST(MediaTails, FileAtSector0IsNotFollowed) {
   }
 }
 
-TEST(MediaTails, CarriedBeginningOfATailIsNotClearedByAHead) {
+TEST(MediaTails, CarriedTailIsNotClearedByAHead) {
   for (const Kind& kind : kKinds) {
-    // The head goes on with the tail of the file before it, which the head itself has closed.
+    if (kind.head == kOfrHead) continue;  // Its whole tails are pending, not matched.
+    // A whole tail that touches the sector's end is carried on. The head closes the file before, and the tail then
+    // ends the file that the head has opened.
     Device device(9, 64);
-    const std::string& tail = kind.head == kOfrHead ? kOfrTail : kind.tail;
-    device.Put(kFirst, kind.head).Put(kFirst, 64 - tail.size() + 1, tail.substr(0, tail.size() - 1));
+    device.Put(kFirst, kind.head).Put(kFirst, 64 - kind.tail.size(), kind.tail);
     device.Put(kFirst + 1, kind.head).Put(kFirst + 3, kind.head);
-    EXPECT_EQ(ScanAnyCut(kind.className, device), (Hits{{kFirst, 64}, {kFirst + 1, 128}})) << kind.className;
+    EXPECT_EQ(ScanAnyCut(kind.className, device), (Hits{{kFirst, 64}, {kFirst + 1, 0}})) << kind.className;
   }
+}
+
+TEST(CKMOfrFileType, ResetForgetsAPendingFooter) {
+  const Detector detector = CreateDetector("CKMOfrFileType");
+  Scan(*detector, Device(1).Put(kFirst, kOfrHead).Put(kFirst, 512 - 20, kOfrTail));
+  detector->Reset();
+  Device next(1, 512, kFirst + 1);
+  next.Put(kFirst + 1, kOfrHead).Put(kFirst + 1, 12, Literal("\0"));
+  EXPECT_EQ(Scan(*detector, next), Hits{});
 }
 
 TEST(MediaTails, FileWithoutATailEndsAboveTheLimit) {

@@ -412,7 +412,7 @@ TEST(Walks, EndWithAReaderThatFindsRecordsForEver) {
   Device device(1, 512, kFirst, ' ');
   device.Put(kFirst, "\x30\x0F\x07\x03").Put(kFirst, 8, Literal("\x28\0\1\0\0\0"));
   Feed(*CreateDetector("CKDDbfFileType"), device, sink, reader);
-  EXPECT_EQ(sink.Found(), (Hits{{kFirst, 40 + 0x1000000 + 1}}));
+  EXPECT_EQ(sink.Found(), (Hits{{kFirst, 40 + 0x4000000 + 1}}));
 }
 
 TEST(Walks, LeaveReadersThatMisbehaveAlone) {
