@@ -27,16 +27,22 @@ class WalkAllowance {
 
   /// Pays for the step between two records. \return Whether there was enough left.
   bool PayStep(std::uint64_t from, std::uint64_t to) {
-    const std::uint64_t price = to - from < KFileSimulator::kCacheSize ? 1 : kPriceOfReading;
-    if (left_ < price) return false;
-    left_ -= price;
-    return true;
+    return Pay(to - from < KFileSimulator::kCacheSize ? 1 : kPriceOfReading);
   }
+
+  /// Pays for reading as much at once as a file simulator keeps. \return Whether there was enough left.
+  bool PayReading() { return Pay(kPriceOfReading); }
 
  private:
   static constexpr std::uint64_t kMost = std::uint64_t{1} << 26;
   static constexpr std::uint64_t kPerSector = 256;
   static constexpr std::uint64_t kPriceOfReading = 256;
+
+  bool Pay(std::uint64_t price) {
+    if (left_ < price) return false;
+    left_ -= price;
+    return true;
+  }
 
   std::uint64_t left_ = kMost;
   std::uint64_t lastSector_ = 0;

@@ -1,8 +1,8 @@
 #include <array>
 #include <optional>
 
-#include "frame/Detector.h"
-#include "frame/KFileSimulator.h"
+#include "frame/ChainWalk.h"
+#include "frame/StartOnly.h"
 
 namespace qzmtraw {
 namespace {
@@ -22,28 +22,22 @@ constexpr std::int64_t kPageCount = 280;
 
 /// InDesign documents (XMP specification, part 3, on InDesign files): two master pages, of which the one written last
 /// tells the number of pages, and behind the pages blocks that hold streams.
-class CKInddFileType final : public Detector<CKInddFileType> {
+class CKInddFileType final : public ChainWalk<StartOnly<CKInddFileType>> {
  public:
   static constexpr auto kHead = At(0, kMasterPage);
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
-    ForEachHead(*this, block, [&](const Sector& sector) {
-      if (const std::optional<std::uint64_t> size = SizeAt(sector)) Report(sink, sector.Number(), *size);
-    });
-    return static_cast<std::uint32_t>(block.SectorCount());
-  }
-
- private:
-  static std::optional<std::uint64_t> SizeAt(const Sector& sector) {
+  std::optional<std::uint64_t> SizeAt(const Sector& sector) {
     KFileSimulator file(sector.RawBlock(), sector.Number(), kSizeLimit);
     const std::uint32_t pageCount = PageCount(sector, file);
     if (pageCount == 0) return std::nullopt;
     const std::uint32_t endOfPages = pageCount * kPageSize;
-    const std::uint64_t end = EndOfStreams(file, endOfPages);
+    const std::uint64_t end = FollowChain(
+        sector, endOfPages,
+        [endOfPages](KFileSimulator& streams, std::uint64_t place) { return NextStream(streams, place, endOfPages); });
     return (end + kPageSize - 1) / kPageSize * kPageSize;
   }
 
+ private:
   /// The number of pages that the document's master pages tell; 0 when they aren't those of a document.
   static std::uint32_t PageCount(const Sector& sector, KFileSimulator& file) {
     std::array<std::uint8_t, kPageSize> page{};
@@ -57,19 +51,15 @@ class CKInddFileType final : public Detector<CKInddFileType> {
     return isFirst ? sector.U32(kPageCount) : LoadLittle<std::uint32_t>(&page[kPageCount]);
   }
 
-  /// The position behind the stream blocks that begin at `position`. A block's length leaves out its header and its
-  /// trailer.
-  static std::uint64_t EndOfStreams(KFileSimulator& file, std::uint64_t position) {
+  /// Where the stream block at `place` ends, if there is one. Its length leaves out its header and its trailer.
+  static std::optional<std::uint64_t> NextStream(KFileSimulator& file, std::uint64_t place, std::uint64_t first) {
     constexpr std::uint32_t kHeaderSize = 32;
     constexpr std::uint32_t kHeaderAndTrailer = 64;
-    do {
-      std::array<std::uint8_t, kHeaderSize> header{};
-      file.SetPos(position);
-      if (!file.Read(header.data(), kHeaderSize)) break;
-      if (!std::equal(kStreamBlock.bytes.begin(), kStreamBlock.bytes.end(), header.begin())) break;
-      position += std::uint64_t{LoadLittle<std::uint32_t>(&header[24])} + kHeaderAndTrailer;
-    } while (position < kSizeLimit);
-    return position;
+    if (place != first && place >= kSizeLimit) return std::nullopt;
+    std::array<std::uint8_t, kHeaderSize> header{};
+    if (!file.Read(header.data(), kHeaderSize)) return std::nullopt;
+    if (!std::equal(kStreamBlock.bytes.begin(), kStreamBlock.bytes.end(), header.begin())) return std::nullopt;
+    return place + LoadLittle<std::uint32_t>(&header[24]) + kHeaderAndTrailer;
   }
 
   static constexpr std::uint64_t kSizeLimit = 0x7FFFFFFF;

@@ -1,5 +1,5 @@
 /// \file
-/// Graphics files that are known by their first bytes and finished with at once. Seven of them tell their size there.
+/// Graphics files that are known by their first bytes and finished with at once. Nine of them tell their size there.
 
 #include "frame/StartOnly.h"
 

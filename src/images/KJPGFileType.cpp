@@ -4,6 +4,7 @@
 #include <new>
 #include <optional>
 
+#include "frame/ChainWalk.h"
 #include "frame/KFileSimulator.h"
 #include "frame/NullLogger.h"
 #include "frame/OpenFile.h"
@@ -51,6 +52,9 @@ class KJPGFileType : public OpenFile<KJPGFileType> {
 
   std::int32_t Reset() override {
     endSearchBuffer.reset();
+    known_ = {};
+    nextBlock_ = {};
+    allowance_ = {};
     return OpenFile::Reset();
   }
 
@@ -65,7 +69,7 @@ class KJPGFileType : public OpenFile<KJPGFileType> {
   std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
     const Block block(rawBlock);
     std::int32_t size = 0;
-    known_ = {};
+    if (!FollowsLastBlock(block)) known_ = {};
     ForEachHead(JpegStart(), block, [&](const Sector& sector) {
       if (!HasHead(sector, &size)) return;
       ReportFileBeforeHead(sink);
@@ -103,10 +107,22 @@ class KJPGFileType : public OpenFile<KJPGFileType> {
     return CheckHead(bytes.data(), sector.Size(), sizeSlot) != 0;
   }
 
+  /// Whether a block goes on with the device of the block before, so that what is known of it still holds. Remembers
+  /// the block.
+  bool FollowsLastBlock(const Block& block) {
+    if (block.SectorCount() == 0) return false;
+    const Place here{block.Raw()->reader, block.SectorSize(), block.StartSector()};
+    const bool follows = here == nextBlock_;
+    nextBlock_ = here;
+    nextBlock_.sector += static_cast<std::uint64_t>(block.SectorCount());
+    return follows;
+  }
+
   void WalkFile(const Sector& sector, IRawHitSink* sink, std::int32_t& size) {
     KFileSimulator file(sector.RawBlock(), fileStart, kReach);
     if (endSearchBuffer == nullptr) endSearchBuffer.reset(new (std::nothrow) std::uint8_t[kChunk]);
     if (endSearchBuffer == nullptr) return;
+    allowance_.EarnUpTo(fileStart);
     const std::uint64_t positionOfFile = fileStart * static_cast<std::uint64_t>(sector.Size());
     if (const std::optional<std::uint64_t> end = FindEnd(file, positionOfFile)) {
       size = static_cast<std::int32_t>(*end);
@@ -127,7 +143,8 @@ class KJPGFileType : public OpenFile<KJPGFileType> {
       if (marker == kEndOfImage) return file.GetPos();
       if (!file.Read(bytes.data(), bytes.size())) break;
       const auto length = LoadBig<std::uint16_t>(bytes.data());
-      if (length < 2) break;
+      const std::uint64_t place = file.GetPos();
+      if (length < 2 || !allowance_.PayStep(place, place + length)) break;
       file.Skip(length - 2);
       if (marker == kBaselineFrame || marker == kStartOfScan) return SearchEndMark(file, positionOfFile);
     }
@@ -145,7 +162,7 @@ class KJPGFileType : public OpenFile<KJPGFileType> {
         file.Skip(kChunk);
         continue;
       }
-      if (!file.Read(endSearchBuffer.get(), kChunk)) break;
+      if (!allowance_.PayReading() || !file.Read(endSearchBuffer.get(), kChunk)) break;
       const std::optional<std::size_t> mark = FindText(chunk, kEndMark);
       known_.Add(positionOfFile + start, chunk, mark.value_or(kChunk - 1));
       if (mark && *mark < kChunk - kBlindSpot) return start + *mark + kEndMark.Size();
@@ -155,9 +172,19 @@ class KJPGFileType : public OpenFile<KJPGFileType> {
 
   /// One chunk. Made for the first file after a Reset.
   std::unique_ptr<std::uint8_t[]> endSearchBuffer;
-  /// What the files of the block under scan have been searched through in vain, so that a device full of heads isn't
-  /// read as far ahead for every one of them.
+  /// A sector of a device that a reader serves.
+  struct Place {
+    const IRawSectorReader* reader = nullptr;
+    std::int32_t sectorSize = 0;
+    std::uint64_t sector = 0;
+    bool operator==(const Place&) const = default;
+  };
+
+  /// What the files so far have been searched through in vain, so that a device full of heads isn't read as far ahead
+  /// for every one of them. Forgotten where a block doesn't follow the one before.
   StretchWithoutEnd known_;
+  Place nextBlock_;
+  WalkAllowance allowance_;
 };
 
 DETECTOR(KJPGFileType);

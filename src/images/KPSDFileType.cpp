@@ -2,6 +2,7 @@
 #include <array>
 #include <optional>
 
+#include "frame/ChainWalk.h"
 #include "frame/KFileSimulator.h"
 #include "frame/NullLogger.h"
 #include "frame/SizedByHead.h"
@@ -28,7 +29,13 @@ class KPSDFileType final : public SizedByHead<KPSDFileType> {
   static constexpr std::int32_t kFloor = 4;
   static constexpr std::uint64_t kDefaultMaxFileSize = 0x7FFFFFFF;
 
-  static std::int32_t SizeAt(const Sector& sector) {
+  std::int32_t Reset() override {
+    allowance_ = {};
+    return SizedByHead::Reset();
+  }
+
+  std::int32_t SizeAt(const Sector& sector) {
+    allowance_.EarnUpTo(sector.Number());
     KFileSimulator file(sector.RawBlock(), sector.Number(), kDefaultMaxFileSize);
     const std::optional<std::uint32_t> rowTable = PassHeader(file);
     if (!rowTable) return 0;
@@ -67,19 +74,21 @@ class KPSDFileType final : public SizedByHead<KPSDFileType> {
   }
 
   /// The bytes of all encoded rows. The table may be gigabytes long in a header that lies, so it is read in pieces.
-  static std::uint32_t RowsIn(KFileSimulator& file, std::uint32_t tableSize) {
+  std::uint32_t RowsIn(KFileSimulator& file, std::uint32_t tableSize) {
     std::uint32_t sum = 0;
-    std::array<std::uint8_t, 4096> piece;
+    std::array<std::uint8_t, KFileSimulator::kCacheSize> piece;
     for (std::uint32_t left = tableSize; left > 0;) {
       const auto count = std::min(left, static_cast<std::uint32_t>(piece.size()));
       left -= count;
       piece.fill(0);
       // What can't be read counts as zeros.
-      if (!file.Read(piece.data(), count)) left = 0;
+      if (!allowance_.PayReading() || !file.Read(piece.data(), count)) left = 0;
       for (std::uint32_t i = 0; i < count; i += 2) sum += LoadBig<std::uint16_t>(&piece[i]);
     }
     return sum;
   }
+
+  WalkAllowance allowance_;
 };
 
 DETECTOR(KPSDFileType);
