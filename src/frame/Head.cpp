@@ -3,41 +3,58 @@
 namespace qzmtraw::detail {
 namespace {
 
-/// The first of `count` places, `stride` bytes apart, at which the four bytes, masked, are the probe's, or `count`.
-/// Places are taken by eights to save the loop's own work.
-template <bool kMasked>
-std::int32_t FirstPlace(const std::uint8_t* place, std::ptrdiff_t stride, std::int32_t count, const Probe& probe) {
-  const std::uint32_t value = probe.value;
-  const std::uint32_t mask = probe.mask;
-  const auto holds = [&](std::ptrdiff_t index) {
-    const auto word = LoadLittle<std::uint32_t>(place + index * stride);
-    return (kMasked ? word & mask : word) == value;
-  };
+/// The first of `count` places, `stride` bytes apart, of which `holds` is true, or `count`. Places are taken by eights
+/// to save the loop's own work. A stride known to the compiler keeps the addresses out of registers.
+template <class Holds>
+std::int32_t FirstPlace(const std::uint8_t* place, std::ptrdiff_t stride, std::int32_t count, Holds holds) {
   constexpr std::int32_t kGroup = 8;
   std::int32_t passed = 0;
   for (; passed <= count - kGroup; passed += kGroup, place += kGroup * stride) {
-    if (holds(0) || holds(1) || holds(2) || holds(3) || holds(4) || holds(5) || holds(6) || holds(7)) break;
+    if (holds(place) || holds(place + stride) || holds(place + 2 * stride) || holds(place + 3 * stride) ||
+        holds(place + 4 * stride) || holds(place + 5 * stride) || holds(place + 6 * stride) ||
+        holds(place + 7 * stride)) {
+      break;
+    }
   }
   for (; passed < count; ++passed, place += stride) {
-    if (holds(0)) break;
+    if (holds(place)) break;
   }
   return passed;
 }
 
-/// FirstPlace with the stride of most devices known to the compiler.
 std::int32_t FirstPlace(const std::uint8_t* place, std::int32_t stride, std::int32_t count, const Probe& probe) {
-  constexpr std::uint32_t kAllBytes = 0xFFFFFFFF;
-  if (stride != 512) return FirstPlace<true>(place, stride, count, probe);
-  return probe.mask == kAllBytes ? FirstPlace<false>(place, 512, count, probe)
-                                 : FirstPlace<true>(place, 512, count, probe);
+  if (stride != kUsualSectorSize) {
+    return FirstPlace(place, stride, count, [mask = probe.mask, value = probe.value](const std::uint8_t* word) {
+      return (LoadLittle<std::uint32_t>(word) & mask) == value;
+    });
+  }
+  return probe.mask == kAllBits ? FirstWord(place, count, probe.value)
+                                : FirstMaskedWord(place, count, probe.mask, probe.value);
+}
+
+std::int32_t Reach(std::span<const Probe> probes) {
+  std::int32_t reach = 0;
+  for (const Probe& probe : probes) reach = std::max(reach, probe.Reach());
+  return reach;
 }
 
 }  // namespace
 
-std::int32_t NextCandidate(const Block& block, std::span<const Probe> probes, std::int32_t reach, std::int32_t index) {
+std::int32_t FirstWord(const std::uint8_t* place, std::int32_t count, std::uint32_t value) {
+  return FirstPlace(place, kUsualSectorSize, count,
+                    [value](const std::uint8_t* word) { return LoadLittle<std::uint32_t>(word) == value; });
+}
+
+std::int32_t FirstMaskedWord(const std::uint8_t* place, std::int32_t count, std::uint32_t mask, std::uint32_t value) {
+  return FirstPlace(place, kUsualSectorSize, count, [mask, value](const std::uint8_t* word) {
+    return (LoadLittle<std::uint32_t>(word) & mask) == value;
+  });
+}
+
+std::int32_t NextCandidate(const Block& block, std::span<const Probe> probes, std::int32_t index) {
   const std::int32_t stride = block.SectorSize();
   std::int32_t end = block.SectorCount();
-  if (stride < reach) {
+  if (const std::int32_t reach = Reach(probes); stride < reach) {
     const std::int64_t room = block.ByteCount() - reach;
     end = room < 0 ? 0 : static_cast<std::int32_t>(std::min<std::int64_t>(end, room / stride + 1));
   }
