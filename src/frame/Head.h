@@ -14,11 +14,13 @@
 
 #include <algorithm>
 #include <array>
+#include <bit>
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <limits>
+#include <span>
 #include <type_traits>
-#include <utility>
 
 #include "frame/Block.h"
 #include "frame/Bytes.h"
@@ -44,8 +46,14 @@ struct Probe {
   /// Bytes from a sector's start that the probe looks at.
   constexpr std::int32_t Reach() const { return offset + 4; }
 
-  bool HoldsAt(const std::uint8_t* sector) const {
-    return (LoadLittle<std::uint32_t>(sector + offset) & mask) == value;
+  /// 4 for each byte that is looked at, and 16 unless all of them are zero.
+  constexpr int Selectivity() const { return std::popcount(mask) / 2 + (value != 0 ? 16 : 0); }
+
+  /// The probe that holds wherever this one or another one at the same offset does: of what both look at, it looks at
+  /// the bits in which they agree.
+  constexpr Probe Common(const Probe& other) const {
+    const std::uint32_t agreed = mask & other.mask & ~(value ^ other.value);
+    return {offset, agreed, value & agreed};
   }
 
   constexpr bool operator==(const Probe&) const = default;
@@ -56,11 +64,25 @@ struct ProbeSet {
   std::array<Probe, 16> probes{};
   std::size_t count = 0;
 
+  /// Probes that agree in much become one.
   constexpr void Add(const Probe& probe) {
+    constexpr int kEnoughBits = 15;
     for (std::size_t i = 0; i < count; ++i) {
       if (probes[i] == probe) return;
+      const Probe common = probes[i].Common(probe);
+      if (probes[i].offset != probe.offset || common.value == 0 || std::popcount(common.mask) < kEnoughBits) continue;
+      probes[i] = common;
+      return;
     }
     probes[count++] = probe;
+  }
+
+  /// How well the probes tell heads from other sectors, by what sectors hold on real devices: the more bytes the
+  /// better, zeros are everywhere, and each further probe costs.
+  constexpr int Selectivity() const {
+    int least = std::numeric_limits<int>::max();
+    for (std::size_t i = 0; i < count; ++i) least = std::min(least, probes[i].Selectivity());
+    return least - static_cast<int>(count);
   }
 
   /// Bytes from a sector's start that the probes look at.
@@ -91,14 +113,18 @@ struct StringAt : HeadExpression {
   }
 };
 
-/// Both expressions hold. The left one's probes stand for both.
+/// Both expressions hold. The probes of the one that tells more sectors apart stand for both.
 template <class Left, class Right>
 struct Both : HeadExpression {
   Left left;
   Right right;
 
   bool Matches(const Sector& sector) const { return left.Matches(sector) && right.Matches(sector); }
-  constexpr ProbeSet Probes() const { return left.Probes(); }
+  constexpr ProbeSet Probes() const {
+    const ProbeSet ofLeft = left.Probes();
+    const ProbeSet ofRight = right.Probes();
+    return ofRight.Selectivity() > ofLeft.Selectivity() ? ofRight : ofLeft;
+  }
 };
 
 /// At least one of the expressions holds.
@@ -153,79 +179,50 @@ bool IsHeadAt(Detector&& detector, const Sector& sector) {
 
 namespace detail {
 
-/// The probes of a head expression, compiled into the loop.
-template <class Detector>
-struct ExpressionProbes {
-  static constexpr ProbeSet kSet = Detector::kHead.Probes();
+constexpr std::int32_t kUsualSectorSize = 512;
+constexpr std::uint32_t kAllBits = 0xFFFFFFFF;
 
-  static constexpr std::int32_t Reach() { return kSet.Reach(); }
-  bool operator()(const std::uint8_t* sector) const { return Any(sector, std::make_index_sequence<kSet.count>()); }
-  template <std::size_t... kIndex>
-  static bool Any(const std::uint8_t* sector, std::index_sequence<kIndex...> /*indexes*/) {
-    return (kSet.probes[kIndex].HoldsAt(sector) || ...);
-  }
-};
+/// The first of `count` places, 512 bytes apart, at which the four bytes are `value`, or `count`. One small function
+/// for all kinds stays in the processor's nearest caches while the kinds' own code comes and goes.
+std::int32_t FirstWord(const std::uint8_t* place, std::int32_t count, std::uint32_t value);
+/// The same for a probe that looks at some of the bits.
+std::int32_t FirstMaskedWord(const std::uint8_t* place, std::int32_t count, std::uint32_t mask, std::uint32_t value);
 
-/// The one probe of a detector that makes its own.
-struct OwnProbe {
-  Probe probe;
-
-  std::int32_t Reach() const { return probe.Reach(); }
-  bool operator()(const std::uint8_t* sector) const { return probe.HoldsAt(sector); }
-};
-
-/// For detectors without probes: every sector may be a head.
-struct NoProbe {};
+/// The index of the block's first sector from `index` on at which one of the probes holds, or the number of sectors.
+/// Sectors at which a probe would reach beyond the block's last byte count as if it held.
+std::int32_t NextCandidate(const Block& block, std::span<const Probe> probes, std::int32_t index);
 
 template <class Detector>
-auto ProbesOf(const Detector& detector) {
+inline constexpr ProbeSet kProbesOf = Detector::kHead.Probes();
+
+/// The same by what the detector states. Without probes, every sector is a candidate.
+template <class Detector>
+std::int32_t NextCandidateOf(const Detector& detector, const Block& block, std::int32_t index) {
   if constexpr (requires { Detector::kHead; }) {
-    return ExpressionProbes<Detector>{};
+    return NextCandidate(block, {kProbesOf<Detector>.probes.data(), kProbesOf<Detector>.count}, index);
   } else if constexpr (requires { detector.HeadProbe(); }) {
-    return OwnProbe{detector.HeadProbe()};
+    const Probe probe = detector.HeadProbe();
+    return NextCandidate(block, {&probe, 1}, index);
   } else {
-    return NoProbe{};
+    return index;
   }
 }
 
-/// The first sector from `index` on, below `end`, at which a probe holds, or `end`. Sectors are taken by eights to
-/// save the loop's own work. A stride known to the compiler keeps the addresses out of registers.
-template <std::ptrdiff_t kStride, class Probes>
-std::int32_t NextCandidate(const Probes& holds, const std::uint8_t* data, std::int32_t index, std::int32_t end,
-                           std::ptrdiff_t anyStride) {
-  const std::ptrdiff_t stride = kStride != 0 ? kStride : anyStride;
-  const std::uint8_t* sector = data + index * stride;
-  constexpr std::int32_t kGroup = 8;
-  const std::int32_t lastGroup = end - kGroup;
-  for (; index <= lastGroup; index += kGroup, sector += kGroup * stride) {
-    if (holds(sector) || holds(sector + stride) || holds(sector + 2 * stride) || holds(sector + 3 * stride) ||
-        holds(sector + 4 * stride) || holds(sector + 5 * stride) || holds(sector + 6 * stride) ||
-        holds(sector + 7 * stride)) {
-      break;
+/// NextCandidateOf for a whole block, the first thing that is asked of it and the last for most. It is short for kinds
+/// with one probe and blocks of the usual sectors.
+template <class Detector>
+std::int32_t FirstCandidateOf(const Detector& detector, const Block& block) {
+  if constexpr (requires { Detector::kHead; }) {
+    constexpr Probe kProbe = kProbesOf<Detector>.probes[0];
+    if constexpr (kProbesOf<Detector>.count == 1 && kProbe.Reach() <= kUsualSectorSize) {
+      if (block.SectorSize() == kUsualSectorSize) {
+        const std::uint8_t* const place = block.Data() + kProbe.offset;
+        if constexpr (kProbe.mask == kAllBits) return FirstWord(place, block.SectorCount(), kProbe.value);
+        return FirstMaskedWord(place, block.SectorCount(), kProbe.mask, kProbe.value);
+      }
     }
   }
-  for (; index < end; ++index, sector += stride) {
-    if (holds(sector)) break;
-  }
-  return index;
-}
-
-/// NextCandidate for any sector size. Where a probe would reach beyond the block's last byte, every sector is a
-/// candidate.
-template <class Probes>
-std::int32_t NextCandidateIn(const Block& block, const Probes& probes, std::int32_t index) {
-  std::int32_t end = block.SectorCount();
-  if (block.SectorSize() < probes.Reach()) {
-    const std::int64_t room = block.ByteCount() - probes.Reach();
-    end = room < 0 ? 0 : static_cast<std::int32_t>(std::min<std::int64_t>(end, room / block.SectorSize() + 1));
-  }
-  if (index >= end) return index;
-  return block.SectorSize() == 512 ? NextCandidate<512>(probes, block.Data(), index, end, 512)
-                                   : NextCandidate<0>(probes, block.Data(), index, end, block.SectorSize());
-}
-template <>
-inline std::int32_t NextCandidateIn(const Block& /*block*/, const NoProbe& /*probes*/, std::int32_t index) {
-  return index;
+  return NextCandidateOf(detector, block, 0);
 }
 
 }  // namespace detail
@@ -235,20 +232,35 @@ inline std::int32_t NextCandidateIn(const Block& /*block*/, const NoProbe& /*pro
 template <class Detector>
 std::int32_t NextHead(Detector&& detector, const Block& block, std::int32_t index) {
   if (block.SectorSize() < std::remove_reference_t<Detector>::kFloor) return block.SectorCount();
-  const auto probes = detail::ProbesOf(detector);
   for (; index < block.SectorCount(); ++index) {
-    index = detail::NextCandidateIn(block, probes, index);
+    index = detail::NextCandidateOf(detector, block, index);
     if (index == block.SectorCount() || IsHeadAt(detector, block[index])) break;
   }
   return index;
 }
 
-/// Calls `onHead(sector)` for every sector of the block at which a head of the detector's kind stands, in order.
+/// Whether the block holds no head of the detector's kind for sure, which is quickly told of most.
+template <class Detector>
+bool HoldsNoHead(const Detector& detector, const Block& block) {
+  return block.SectorCount() == 0 || block.SectorSize() < Detector::kFloor ||
+         detail::FirstCandidateOf(detector, block) == block.SectorCount();
+}
+
+namespace detail {
+
 template <class Detector, class OnHead>
-void ForEachHead(const Detector& detector, const Block& block, OnHead onHead) {
+[[gnu::noinline]] void ForEachHeadOf(const Detector& detector, const Block& block, const OnHead& onHead) {
   for (std::int32_t i = NextHead(detector, block, 0); i < block.SectorCount(); i = NextHead(detector, block, i + 1)) {
     onHead(block[i]);
   }
+}
+
+}  // namespace detail
+
+/// Calls `onHead(sector)` for every sector of the block at which a head of the detector's kind stands, in order.
+template <class Detector, class OnHead>
+void ForEachHead(const Detector& detector, const Block& block, const OnHead& onHead) {
+  if (!HoldsNoHead(detector, block)) detail::ForEachHeadOf(detector, block, onHead);
 }
 
 }  // namespace qzmtraw

@@ -13,12 +13,16 @@ class KMhtFileType final : public HeadTail<KMhtFileType> {
   static constexpr std::int32_t kFloor = 65;
   static constexpr std::uint64_t kDefaultMaxFileSize = 0x2000000;
 
+  static constexpr auto kVersion = Bytes("MIME-Version: 1.0");
+  static constexpr auto kContentType = Bytes("Content-Type: multipart/related");
+  static constexpr auto kBoundary = Bytes("boundary=\"");
+
   /// The three header fields stand in the first 64 bytes, in any order.
   bool IsHead(const Sector& sector) {
-    constexpr auto kBoundary = Bytes("boundary=\"");
+    if (!kWithinFields[sector.U8(kWithinFirstField)]) return false;
     const ByteView header = UpToZero(sector.BytesAt(0, 64));
-    if (!Find(header, Bytes("MIME-Version: 1.0"))) return false;
-    if (!Find(header, Bytes("Content-Type: multipart/related"))) return false;
+    if (!Find(header, kVersion)) return false;
+    if (!Find(header, kContentType)) return false;
     const std::optional<std::size_t> boundary = Find(header, kBoundary);
     if (!boundary) return false;
     const std::size_t start = *boundary + kBoundary.Size();
@@ -43,6 +47,17 @@ class KMhtFileType final : public HeadTail<KMhtFileType> {
   }
 
  private:
+  /// The fields' names leave six of the 64 bytes free, and the shortest has ten bytes. So this offset lies in the first
+  /// one, at most this far behind its start.
+  static constexpr std::size_t kWithinFirstField = 6;
+  static constexpr std::array<bool, 256> kWithinFields = [] {
+    std::array<bool, 256> within{};
+    for (std::size_t i = 0; i <= kWithinFirstField; ++i) {
+      within[kVersion.bytes[i]] = within[kContentType.bytes[i]] = within[kBoundary.bytes[i]] = true;
+    }
+    return within;
+  }();
+
   static constexpr auto kClosing = Bytes("--");
 
   /// The boundary, "--" and a zero.

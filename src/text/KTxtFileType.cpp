@@ -22,24 +22,24 @@ constexpr bool NeverStarts(std::uint8_t byte) {
   return (byte >= 0x21 && byte <= 0x2E && byte != '#') || (byte >= 0x3D && byte <= 0x3F);
 }
 
-/// What a sector's first byte says about a text that would begin there.
-enum class Start : std::uint8_t {
-  kNever,
-  kAlways,
+/// What a sector's first byte says about a text that would begin there; no bits if none does.
+enum StartBits : std::uint8_t {
+  kStarts = 1,
   /// The byte is the first half of a double-byte character: see EndsDoubleByte.
-  kAsDoubleByte,
+  kStartsAsDoubleByte = 2,
+  /// A cpio header or a comment may begin so.
+  kOpensMore = 4,
 };
 
-constexpr std::array<Start, 256> kStartByFirstByte = [] {
-  std::array<Start, 256> starts{};
+constexpr std::array<std::uint8_t, 256> kStartByFirstByte = [] {
+  std::array<std::uint8_t, 256> starts{};
   for (unsigned value = 0; value < starts.size(); ++value) {
     const auto byte = static_cast<std::uint8_t>(value);
-    if (!IsFirstByte(byte) || NeverStarts(byte)) {
-      starts[byte] = Start::kNever;
-    } else {
-      starts[byte] = byte > 0x80 ? Start::kAsDoubleByte : Start::kAlways;
-    }
+    if (!IsFirstByte(byte) || NeverStarts(byte)) continue;
+    starts[byte] = byte > 0x80 ? kStartsAsDoubleByte : kStarts;
   }
+  starts['0'] |= kOpensMore;
+  starts['/'] |= kOpensMore;
   return starts;
 }();
 
@@ -47,23 +47,28 @@ constexpr bool EndsDoubleByte(std::uint8_t first, std::uint8_t second) {
   return second != first && second >= 0xB0 && second <= 0xF7;
 }
 
-bool MayStartText(const Sector& sector) {
-  const std::uint8_t first = sector.U8(0);
-  switch (kStartByFirstByte[first]) {
-    case Start::kNever:
-      return false;
-    case Start::kAlways:
-      return true;
-    case Start::kAsDoubleByte:
-      return EndsDoubleByte(first, sector.U8(1));
-  }
-  return false;
+/// Without a branch, since noise would mislead it.
+bool MayStartText(std::uint8_t first, std::uint8_t second) {
+  const unsigned start = kStartByFirstByte[first];
+  const unsigned asDoubleByte = EndsDoubleByte(first, second) ? start >> 1U : 0;
+  return ((start | asDoubleByte) & kStarts) != 0;
 }
 
 /// The index of the block's first sector from `index` on at which a text may start, or the number of sectors.
 std::int32_t NextPossibleStart(const Block& block, std::int32_t index) {
-  while (index < block.SectorCount() && !MayStartText(block[index])) ++index;
+  while (index < block.SectorCount() && !MayStartText(block[index].U8(0), block[index].U8(1))) ++index;
   return index;
+}
+
+/// Bytes at a sector's start by which most starts in noise are known not to be those of texts.
+constexpr std::int32_t kGlance = 32;
+
+bool EndsWithinGlance(const std::uint8_t* bytes) {
+  std::uint8_t refused = 0;
+  for (std::int32_t i = 0; i < kGlance; ++i) {
+    refused = static_cast<std::uint8_t>(refused | (IsBodyByte(bytes[i]) ? 0 : 1));
+  }
+  return refused != 0;
 }
 
 }  // namespace
@@ -85,11 +90,28 @@ std::uint32_t KTxtFileType::Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*
   const Block block(rawBlock);
   if (!MakeRoom(static_cast<std::size_t>(block.SectorSize()))) return 0;
   for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
-    if (fileOpen == 0) i = NextPossibleStart(block, i);
+    if (fileOpen == 0) i = fileSize == 0 ? PassShortTexts(block, i) : NextPossibleStart(block, i);
     if (i < block.SectorCount()) ScanSector(block[i]);
   }
   KeepPutOff();
   return static_cast<std::uint32_t>(block.SectorCount());
+}
+
+std::int32_t KTxtFileType::PassShortTexts(const Block& block, std::int32_t index) {
+  if (block.SectorSize() < kGlance) return NextPossibleStart(block, index);
+  std::int32_t passed = 0;
+  std::int32_t last = 0;
+  for (; index < block.SectorCount(); ++index) {
+    const std::uint8_t* const bytes = block.Data() + std::int64_t{index} * block.SectorSize();
+    const bool mayStart = MayStartText(bytes[0], bytes[1]);
+    const bool isShort = EndsWithinGlance(bytes) && (kStartByFirstByte[bytes[0]] & kOpensMore) == 0;
+    if (mayStart && !isShort) break;
+    passed += mayStart ? 1 : 0;
+    last = mayStart ? index : last;
+  }
+  // What two of them leave behind is what all of them do.
+  for (std::int32_t i = std::min(passed, 2); i > 0; --i) PassOver(block[last].Bytes());
+  return index;
 }
 
 void KTxtFileType::ScanSector(const Sector& sector) {

@@ -34,6 +34,9 @@ class KTxtFileType final : public SharedClassifier<KTxtFileType> {
  private:
   /// Reads a sector that belongs to the open text or, when none is open, may start one.
   void ScanSector(const Sector& sector);
+  /// Passes over sectors without a start, and with starts of texts that end within a few bytes.
+  /// \return The index of the next sector to read, from `index` on, or the number of sectors.
+  std::int32_t PassShortTexts(const Block& block, std::int32_t index);
   /// Takes note of a text that is too short to be reported.
   void PassOver(ByteView sector);
   void CloseText();
