@@ -46,9 +46,9 @@ class FtypFile : public OpenFile<Self, StartOnly<Self>> {
 
   /// The size of 64 bits that stands behind the header at `position`. Its high half is not taken.
   static std::uint32_t LowHalfOfWideSize(KFileSimulator& file, std::uint64_t position) {
-    constexpr std::uint64_t kHeaderSize = 8;
+    constexpr std::uint64_t kAtomHeaderSize = 8;
     std::array<std::uint8_t, 8> wideSize{};
-    file.SetPos(position + kHeaderSize);
+    file.SetPos(position + kAtomHeaderSize);
     file.Read(wideSize.data(), wideSize.size());
     return LoadBig<std::uint32_t>(wideSize.data() + 4);
   }
