@@ -128,15 +128,15 @@ ScanOutcome Listen(Device& device, Scan& scan, const FindTaker& take, const Scan
   ScanOutcome outcome;
   std::uint64_t findCount = 0;
   bool isLast = false;
-  while (!isLast) {
-    outcome.isInterrupted = !watch(outcome.sectorsDone, findCount);
-    if (outcome.isInterrupted) break;
+  while (watch(outcome.sectorsDone, findCount)) {
+    if (isLast) return outcome;
     const FindQueue::Batch batch = scan.Take();
     for (const Find& find : batch.finds) take(find);
     findCount += batch.finds.size();
     outcome.sectorsDone = std::min(batch.blocksDone * kSectorsPerBlock, device.SectorCount());
     isLast = batch.isLast;
   }
+  outcome.isInterrupted = true;
   return outcome;
 }
 
