@@ -8,7 +8,7 @@ namespace {
 /// Most finds of a batch.
 constexpr std::size_t kBatchSize = 4096;
 
-/// Who takes is told after so many blocks of a lane, or earlier when there are finds.
+/// Who takes is told when so many blocks are new, so that it doesn't wake for each.
 constexpr std::uint64_t kBlocksPerNews = 32;
 
 }  // namespace
@@ -26,16 +26,17 @@ bool FindQueue::Begin(std::uint64_t block) {
 
 void FindQueue::End(std::size_t lane, std::uint64_t block, std::vector<Find>& finds) {
   LaneState& state = lanes_[lane];
-  if (finds.empty()) {
+  const bool isNews = (block + 1) % kBlocksPerNews == 0;
+  if (finds.empty() && !isNews) {
     state.blocksDone = block + 1;
-    if ((block + 1) % kBlocksPerNews != 0) return;
+    return;
   }
   const std::scoped_lock lock(mutex_);
   for (const Find& find : finds) state.finds.push_back({find, block});
   waiting_ += finds.size();
   finds.clear();
   state.blocksDone = block + 1;
-  hasNews_.notify_one();
+  if (isNews) hasNews_.notify_one();
 }
 
 void FindQueue::Leave() {
@@ -53,7 +54,10 @@ void FindQueue::Stop() {
 FindQueue::Batch FindQueue::Take(std::chrono::milliseconds patience) {
   Batch batch;
   std::unique_lock lock(mutex_);
-  hasNews_.wait_for(lock, patience, [this] { return lanesAtWork_ == 0 || BlocksDoneByAll() > blocksTaken_; });
+  hasNews_.wait_for(lock, patience, [this] {
+    const std::uint64_t newBlocks = BlocksDoneByAll() - blocksTaken_;
+    return lanesAtWork_ == 0 || newBlocks >= kBlocksPerNews || (newBlocks > 0 && waiting_ >= mostFinds_);
+  });
   const std::uint64_t endBlock = BlocksDoneByAll();
   LaneState* lane = nullptr;
   while (batch.finds.size() < kBatchSize && (lane = NextLane(endBlock)) != nullptr) {

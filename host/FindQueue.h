@@ -46,7 +46,7 @@ class FindQueue {
     bool isLast = false;
   };
 
-  /// Waits, but not longer than `patience`, until there is something new.
+  /// Waits, but not longer than `patience`, until there is enough new, and brings what there is.
   Batch Take(std::chrono::milliseconds patience);
 
  private:

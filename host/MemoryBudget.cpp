@@ -15,6 +15,9 @@ constexpr std::uint64_t kOwnMemory = std::uint64_t{24} << 20U;
 /// More pieces don't make the reading smoother, and leave the caches.
 constexpr std::uint64_t kMostPieces = 16;
 
+/// So many finds can be sorted at a time that more doesn't make it faster.
+constexpr std::uint64_t kMostStoreMemory = std::uint64_t{1} << 30U;
+
 /// What a waiting find takes at most, with what its queue needs for itself.
 constexpr std::uint64_t kWaitingFindSize = 48;
 
@@ -38,7 +41,7 @@ MemoryBudget DivideMemory(std::uint64_t memory, std::uint32_t sectorSize, std::s
   budget.laneCount = laneCount;
   budget.scan.pieceCount = static_cast<std::size_t>(std::min(kMostPieces, (forPieces - forCopies) / pieceSize));
   budget.scan.mostFinds = static_cast<std::size_t>(free / 8 / kWaitingFindSize);
-  budget.storeMemory = static_cast<std::size_t>(free / 4);
+  budget.storeMemory = static_cast<std::size_t>(std::min(kMostStoreMemory, free / 4));
   return budget;
 }
 

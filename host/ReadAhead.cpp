@@ -18,7 +18,7 @@ ReadAhead::ReadAhead(Device& device, std::uint64_t pieceSectors, std::size_t pie
 
 ReadAhead::~ReadAhead() { Stop(); }
 
-const Piece* ReadAhead::Get(std::uint64_t number) {
+Piece* ReadAhead::Get(std::uint64_t number) {
   std::unique_lock lock(mutex_);
   changed_.wait(lock, [&] { return isStopped_ || isOver_ || number < readCount_; });
   return isStopped_ || number >= readCount_ ? nullptr : &SlotOf(number).piece;

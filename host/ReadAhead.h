@@ -37,9 +37,9 @@ class ReadAhead {
   ~ReadAhead();
 
   /// Waits until a piece has been read. Each user asks for the pieces in order: 0, 1 ….
-  /// \return The piece, which stays until all users have released it, or null: the device has ended or was lost, or
-  ///         Stop was called.
-  const Piece* Get(std::uint64_t number);
+  /// \return The piece, which stays until all users have released it and whose bytes they share, or null: the device
+  ///         has ended or was lost, or Stop was called.
+  Piece* Get(std::uint64_t number);
 
   /// A user needs the piece no more.
   void Release(std::uint64_t number);

@@ -83,13 +83,13 @@ class Scan {
     std::vector<std::uint8_t> copy;
     std::uint64_t blockNumber = 0;
     std::uint64_t pieceNumber = 0;
-    while (const Piece* piece = pieces_.Get(pieceNumber)) {
+    while (Piece* piece = pieces_.Get(pieceNumber)) {
       for (std::uint64_t sector = 0; sector < piece->sectorCount; sector += kSectorsPerBlock) {
         if (!queue_.Begin(blockNumber)) return;
         const std::uint64_t sectorCount = std::min<std::uint64_t>(kSectorsPerBlock, piece->sectorCount - sector);
-        RawSectorBlock block{piece->startSector + sector, BlockMemory(*piece, sector, sectorCount, copy),
-                             static_cast<std::int32_t>(sectorCount), static_cast<std::int32_t>(device_.SectorSize()),
-                             &reader};
+        const RawSectorBlock block{piece->startSector + sector, BlockMemory(*piece, sector, sectorCount, copy),
+                                   static_cast<std::int32_t>(sectorCount),
+                                   static_cast<std::int32_t>(device_.SectorSize()), &reader};
         for (const RowDetector& entry : lane) {
           sink.SetRow(entry.row);
           entry.detector->Scan(&block, entry.isSilent ? nullptr : &sink);
@@ -103,15 +103,12 @@ class Scan {
   }
 
   /// The memory of a block for one lane: the piece's own where no other lane minds, else a copy in `copy`.
-  std::uint8_t* BlockMemory(const Piece& piece, std::uint64_t sector, std::uint64_t sectorCount,
+  std::uint8_t* BlockMemory(Piece& piece, std::uint64_t sector, std::uint64_t sectorCount,
                             std::vector<std::uint8_t>& copy) const {
     const std::span bytes = std::span(piece.bytes)
                                 .subspan(static_cast<std::size_t>(sector * device_.SectorSize()),
                                          static_cast<std::size_t>(sectorCount * device_.SectorSize()));
-    // The contract knows only blocks that may be written to; those that come along here are not written to.
-    if (!hasSeveralLanes_ || !MayBeWrittenTo(bytes, device_.SectorSize())) {
-      return const_cast<std::uint8_t*>(bytes.data());  // NOLINT(cppcoreguidelines-pro-type-const-cast)
-    }
+    if (!hasSeveralLanes_ || !MayBeWrittenTo(bytes, device_.SectorSize())) return bytes.data();
     copy.assign(bytes.begin(), bytes.end());
     return copy.data();
   }
