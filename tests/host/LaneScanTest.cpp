@@ -36,7 +36,7 @@ std::vector<Bytes> WrittenHeads() {
     add(std::string_view("FORM\0\0\x31\x32LWO2", 12));
     add("<?xml version=\"1.0\"?><a>");
     add(std::string_view("FOR4\0\0\x31\0MayaFOR4\0\0\0\x20VERS", 24));
-    add(std::string_view("FOR4\0\0\x31\0MayaFOR4\0\0ADVERS", 28));
+    add(std::string_view("FOR4\0\0\x31\0MayaFOR4\0\0\0\0\0\0ADVERS", 28));
     add(std::string_view("\0\0\x27\x0A\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\0\x64", 28));
   }
   return files;
