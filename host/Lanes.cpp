@@ -4,29 +4,13 @@
 #include <array>
 #include <map>
 #include <string>
-#include <string_view>
 
 namespace qzmtraw::host {
 namespace {
 
-using namespace std::string_view_literals;
-
-/// The rows that write into a block's memory when they meet a head of their kind, and the bytes that such a head begins
-/// with. What they have written is seen by the rows behind them, such as 130 (mb) and 17 (mb), which read one field. So
-/// every lane that shares a block with such a head takes a copy of it, and has all of these rows.
-struct WritingRow {
-  std::int32_t row;
-  std::string_view headBegin;
-};
-constexpr std::array<WritingRow, 3> kWritingRows = {{
-    {127, "FORM"sv},
-    {130, "FOR4"sv},
-    {140, "\0\0\x27\x0A"sv},
-}};
-
-bool IsWriting(std::int32_t row) {
-  return std::ranges::any_of(kWritingRows, [row](const WritingRow& each) { return each.row == row; });
-}
+/// The kinds LightWave (lwo), Maya (mb) and Shape (shp) reverse a field where it stands, for the rows behind them to
+/// see: 130 (mb) the one that 17 (mb) has read.
+constexpr std::array<std::int32_t, 3> kWritingRows = {127, 130, 140};
 
 /// What rows cost that take longer than others, in multiples of what most of them cost; a group by any row of it, for
 /// all its rows together. Measured on blocks of noise and of a system's files, and the mean taken. It decides about the
@@ -87,21 +71,14 @@ std::vector<Lane> DealRows(std::span<const std::int32_t> rows, const TypeCatalog
   }
   for (Lane& lane : lanes) {
     for (const std::int32_t row : rows) {
-      if (IsWriting(row) && std::ranges::find(lane, row, &LaneRow::row) == lane.end()) lane.push_back({row, true});
+      if (WritesIntoBlocks(row) && std::ranges::find(lane, row, &LaneRow::row) == lane.end())
+        lane.push_back({row, true});
     }
     std::ranges::sort(lane, {}, &LaneRow::row);
   }
   return lanes;
 }
 
-bool MayBeWrittenTo(std::span<const std::uint8_t> bytes, std::uint32_t sectorSize) {
-  const std::string_view block(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-  for (std::size_t start = 0; start < block.size(); start += sectorSize) {
-    for (const WritingRow& each : kWritingRows) {
-      if (block.compare(start, each.headBegin.size(), each.headBegin) == 0) return true;
-    }
-  }
-  return false;
-}
+bool WritesIntoBlocks(std::int32_t row) { return std::ranges::find(kWritingRows, row) != kWritingRows.end(); }
 
 }  // namespace qzmtraw::host

@@ -30,10 +30,8 @@ using Lane = std::vector<LaneRow>;
 /// \return At most that many lanes, none without a row to report.
 std::vector<Lane> DealRows(std::span<const std::int32_t> rows, const TypeCatalogue& catalogue, std::size_t laneCount);
 
-/// Whether one of the rows that write into blocks may do so in this one. If not, lanes can share its memory.
-/// \param bytes       The block's.
-/// \param sectorSize  In bytes, at least 1.
-bool MayBeWrittenTo(std::span<const std::uint8_t> bytes, std::uint32_t sectorSize);
+/// Whether the row's detector writes into the memory of blocks.
+bool WritesIntoBlocks(std::int32_t row);
 
 }  // namespace qzmtraw::host
 
