@@ -1,7 +1,6 @@
 #include "host/CarvePlan.h"
 
 #include <algorithm>
-#include <optional>
 
 namespace qzmtraw::host {
 namespace {
@@ -16,31 +15,37 @@ std::uint64_t EstimatedSize(std::uint64_t offset, std::optional<std::uint64_t> n
 
 }  // namespace
 
-std::vector<CarvePlan> PlanCarving(std::span<const Find> finds, const TypeCatalogue& catalogue,
-                                   std::uint64_t deviceSize, std::uint32_t sectorSize) {
-  const auto offsetOf = [&](std::uint64_t sector) {
-    return sector <= deviceSize / sectorSize ? sector * sectorSize : deviceSize;
-  };
-  std::vector<CarvePlan> plans(finds.size());
-  std::optional<std::uint64_t> nextOffset;
-  for (std::size_t i = finds.size(); i-- > 0;) {
-    const Find& find = finds[i];
-    const bool isLast = i + 1 == finds.size();
-    if (!isLast && finds[i + 1].startSector > find.startSector) nextOffset = offsetOf(finds[i + 1].startSector);
-
-    CarvePlan& plan = plans[i];
-    plan.offset = offsetOf(find.startSector);
-    const std::uint64_t present = deviceSize - plan.offset;
-    if (find.size == 0) {
-      const TypeInfo& type = catalogue.at(static_cast<std::size_t>(find.row));
-      plan.isEstimated = true;
-      plan.length = std::min(present, EstimatedSize(plan.offset, nextOffset, type.hints));
-    } else {
-      plan.isTruncated = find.size > present;
-      plan.length = std::min(present, find.size);
-    }
+PlannedFind CarvePlanner::Plan(const Find& find, std::optional<std::uint64_t> nextSector) const {
+  PlannedFind planned{find, {}};
+  CarvePlan& plan = planned.plan;
+  plan.offset = OffsetOf(find.startSector);
+  const std::uint64_t present = deviceSize_ - plan.offset;
+  if (find.size == 0) {
+    const std::optional<SizeHints>& hints = catalogue_.at(static_cast<std::size_t>(find.row)).hints;
+    const std::optional<std::uint64_t> nextOffset =
+        nextSector ? std::optional(OffsetOf(*nextSector)) : std::optional<std::uint64_t>();
+    plan.isEstimated = true;
+    plan.length = std::min(present, EstimatedSize(plan.offset, nextOffset, hints));
+  } else {
+    plan.isTruncated = find.size > present;
+    plan.length = std::min(present, find.size);
   }
-  return plans;
+  return planned;
+}
+
+std::uint64_t CarvePlanner::OffsetOf(std::uint64_t sector) const {
+  return sector <= deviceSize_ / sectorSize_ ? sector * sectorSize_ : deviceSize_;
+}
+
+PlannedFinds::PlannedFinds(const FindStore& finds, const CarvePlanner& planner)
+    : planner_(planner), finds_(finds), ahead_(finds), aheadFind_(ahead_.Next()) {}
+
+std::optional<PlannedFind> PlannedFinds::Next() {
+  const std::optional<Find> find = finds_.Next();
+  if (!find) return std::nullopt;
+  while (aheadFind_ && aheadFind_->startSector <= find->startSector) aheadFind_ = ahead_.Next();
+  if (!aheadFind_) return planner_.Plan(*find);
+  return planner_.Plan(*find, aheadFind_->startSector);
 }
 
 }  // namespace qzmtraw::host

@@ -2,10 +2,10 @@
 #define QZMTRAW_HOST_CARVE_PLAN_H
 
 #include <cstdint>
-#include <span>
-#include <vector>
+#include <optional>
 
 #include "host/Find.h"
+#include "host/FindStore.h"
 #include "host/TypeCatalogue.h"
 
 namespace qzmtraw::host {
@@ -26,12 +26,49 @@ struct CarvePlan {
   bool isTruncated = false;
 };
 
-/// Plans all finds of a scan. A find of size 0 ends where the next file starts (of any kind, in a later sector) or at
-/// its kind's greatest size, whichever comes first. Nothing reaches beyond the device.
-/// \param finds  In the order of ComesBefore, with rows of `catalogue`.
-/// \return One plan per find, in the same order.
-std::vector<CarvePlan> PlanCarving(std::span<const Find> finds, const TypeCatalogue& catalogue,
-                                   std::uint64_t deviceSize, std::uint32_t sectorSize);
+/// A find and its plan.
+struct PlannedFind {
+  Find find;
+  CarvePlan plan;
+};
+
+/// Plans what to take of a device.
+class CarvePlanner {
+ public:
+  /// \param catalogue   Has the finds' rows; must live as long as the planner.
+  /// \param deviceSize  In bytes, as is the size of a sector.
+  CarvePlanner(const TypeCatalogue& catalogue, std::uint64_t deviceSize, std::uint32_t sectorSize)
+      : catalogue_(catalogue), deviceSize_(deviceSize), sectorSize_(sectorSize) {}
+
+  /// Plans for a find. One of size 0 ends where the next file starts or at its kind's greatest size, whichever comes
+  /// first. Nothing reaches beyond the device.
+  /// \param nextSector  Where the next file starts, of any kind, in a later sector; none: there is none, or it isn't
+  ///                    known yet.
+  [[nodiscard]] PlannedFind Plan(const Find& find, std::optional<std::uint64_t> nextSector = std::nullopt) const;
+
+ private:
+  [[nodiscard]] std::uint64_t OffsetOf(std::uint64_t sector) const;
+
+  const TypeCatalogue& catalogue_;
+  std::uint64_t deviceSize_;
+  std::uint32_t sectorSize_;
+};
+
+/// Goes through all finds of a scan, in the order of ComesBefore, with their plans.
+class PlannedFinds {
+ public:
+  /// \param finds  Sorted; must live as long as this.
+  PlannedFinds(const FindStore& finds, const CarvePlanner& planner);
+
+  /// The next one, or none behind the last.
+  std::optional<PlannedFind> Next();
+
+ private:
+  CarvePlanner planner_;
+  FindStore::Cursor finds_;
+  FindStore::Cursor ahead_;
+  std::optional<Find> aheadFind_;
+};
 
 }  // namespace qzmtraw::host
 

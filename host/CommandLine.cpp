@@ -37,6 +37,13 @@ void AddScanOptions(CLI::App& command, ScanOptions& options) {
   command.add_option("--sector-size", options.sectorSize, "Bytes per sector, 1 to 1048576; default 512")
       ->check(CLI::Range(1U, kMaxSectorSize).description(""))
       ->type_name("N");
+  command.add_option("--jobs", options.jobs, "Threads that scan, 1 to 256; as many as there are cores")
+      ->check(CLI::Range(1U, kMaxJobs).description(""))
+      ->type_name("N");
+  command.add_option("--memory", options.memory, "Most memory to use, 32MiB and more; default 256MiB")
+      ->transform(CLI::AsSizeValue(false).description(""))
+      ->check(CLI::Range(kLeastMemory, kGreatestMemory).description(""))
+      ->type_name("SIZE");
   command.add_option("--types", options.types, "Only these types: extensions or rows, as in doc,jpg,157")
       ->type_name("LIST");
 }

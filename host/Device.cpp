@@ -39,14 +39,14 @@ bool Device::Read(std::uint64_t startSector, std::span<std::uint8_t> into, const
   const auto inside = into.first(static_cast<std::size_t>(present * sectorSize_));
   std::ranges::fill(into.subspan(inside.size()), std::uint8_t{0});
   if (inside.empty()) return present == wanted;
-  const bool isRead = (!unreadable_.Overlaps(startSector, present) && ReadSectors(startSector, inside)) ||
+  const bool isRead = (!IsKnownUnreadable(startSector, present) && ReadSectors(startSector, inside)) ||
                       ReadOneByOne(startSector, inside, stop);
   return isRead && present == wanted;
 }
 
 /// Reads sectors that exist in one go. On failure the rest of `into` is zero.
 bool Device::ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into) {
-  if (!loss_.empty()) {
+  if (isLost_) {
     std::ranges::fill(into, std::uint8_t{0});
     return false;
   }
@@ -60,7 +60,7 @@ bool Device::ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into
   } while (done < wanted && result.count != 0 && result.error == 0);
   std::ranges::fill(into.subspan(done), std::uint8_t{0});
   if (done < wanted && !IsLocal(result.error)) {
-    loss_ = "reading at byte " + std::to_string(offset + done) + " failed: " + ErrorText(result.error);
+    SetLost("reading at byte " + std::to_string(offset + done) + " failed: " + ErrorText(result.error));
   }
   return done == wanted;
 }
@@ -68,17 +68,29 @@ bool Device::ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into
 bool Device::ReadOneByOne(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop) {
   bool isComplete = true;
   for (std::uint64_t sector = startSector; !into.empty(); ++sector, into = into.subspan(sectorSize_)) {
-    if (!loss_.empty() || (stop && stop())) {
+    if (isLost_ || (stop && stop())) {
       std::ranges::fill(into, std::uint8_t{0});
       return false;
     }
     const auto bytes = into.first(sectorSize_);
-    if (!unreadable_.Overlaps(sector, 1) && ReadSectors(sector, bytes)) continue;
+    if (!IsKnownUnreadable(sector, 1) && ReadSectors(sector, bytes)) continue;
     std::ranges::fill(bytes, std::uint8_t{0});
-    if (loss_.empty()) unreadable_.Add(sector);
     isComplete = false;
+    const std::scoped_lock lock(mutex_);
+    if (!isLost_) unreadable_.Add(sector);
   }
   return isComplete;
+}
+
+bool Device::IsKnownUnreadable(std::uint64_t startSector, std::uint64_t count) const {
+  const std::scoped_lock lock(mutex_);
+  return unreadable_.Overlaps(startSector, count);
+}
+
+void Device::SetLost(const std::string& reason) {
+  const std::scoped_lock lock(mutex_);
+  if (!isLost_) loss_ = reason;
+  isLost_ = true;
 }
 
 }  // namespace qzmtraw::host

@@ -1,8 +1,10 @@
 #ifndef QZMTRAW_HOST_DEVICE_H
 #define QZMTRAW_HOST_DEVICE_H
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
+#include <mutex>
 #include <span>
 #include <string>
 
@@ -12,7 +14,8 @@
 namespace qzmtraw::host {
 
 /// A source seen as numbered sectors. Every sector number can be asked for: what can't be read, and what lies behind
-/// the end, comes as zeros. A last sector that the source fills only in part is filled up with zeros.
+/// the end, comes as zeros. A last sector that the source fills only in part is filled up with zeros. Several threads
+/// may read at once.
 class Device {
  public:
   /// Asked now and then during a long read; true: give up.
@@ -35,22 +38,30 @@ class Device {
   /// \return Whether all of these sectors exist and were read.
   bool Read(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop = {});
 
-  /// The sectors that could not be read so far.
+  /// The sectors that could not be read so far. Not while other threads read.
   [[nodiscard]] const SectorRanges& Unreadable() const { return unreadable_; }
 
-  /// Empty, or why the source as a whole gives nothing any more, such as a drive that was unplugged.
+  /// Whether the source as a whole gives nothing any more, such as a drive that was unplugged.
+  [[nodiscard]] bool IsLost() const { return isLost_; }
+
+  /// Empty, or why the source is lost. Not while other threads read.
   [[nodiscard]] const std::string& Loss() const { return loss_; }
 
  private:
   bool ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into);
   bool ReadOneByOne(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop);
+  bool IsKnownUnreadable(std::uint64_t startSector, std::uint64_t count) const;
+  void SetLost(const std::string& reason);
 
   ISource& source_;
   std::uint64_t size_;
   std::uint32_t sectorSize_;
   std::uint64_t sectorCount_;
+  /// Guards what follows it.
+  mutable std::mutex mutex_;
   SectorRanges unreadable_;
   std::string loss_;
+  std::atomic<bool> isLost_ = false;
 };
 
 }  // namespace qzmtraw::host

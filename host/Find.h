@@ -17,7 +17,7 @@ struct Find {
 };
 static_assert(sizeof(Find) == 24);
 
-/// The order in which finds are listed: by place, and at one place by row.
+/// The order of sorted lists: by place, and at one place by row.
 inline bool ComesBefore(const Find& a, const Find& b) {
   if (a.startSector != b.startSector) return a.startSector < b.startSector;
   if (a.row != b.row) return a.row < b.row;

@@ -14,10 +14,8 @@ class FindSink final : public IRawHitSink {
   /// States whose reports the following ones are.
   void SetRow(std::int32_t row) { row_ = row; }
 
-  [[nodiscard]] std::size_t Count() const { return finds_.size(); }
-
-  /// Hands over the finds and keeps none.
-  std::vector<Find> Take();
+  /// What was reported. Who has dealt with it clears it.
+  [[nodiscard]] std::vector<Find>& Finds() { return finds_; }
 
   std::uint32_t ReservedOperation1() override { return 0; }
   std::uint32_t ReportHit(const RawFileHit* hit) override;

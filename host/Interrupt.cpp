@@ -1,13 +1,16 @@
 #include "host/Interrupt.h"
 
+#include <atomic>
 #include <csignal>
 
 namespace qzmtraw::host {
 namespace {
 
-volatile std::sig_atomic_t interrupted = 0;
+/// The signal may come to any thread.
+std::atomic<bool> interrupted = false;
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler must not wait");
 
-void SetMark(int /*signal*/) { interrupted = 1; }
+void SetMark(int /*signal*/) { interrupted = true; }
 
 }  // namespace
 
@@ -24,6 +27,6 @@ void CatchSignals() {
   sigaction(SIGXFSZ, &ignore, nullptr);
 }
 
-bool IsInterrupted() { return interrupted != 0; }
+bool IsInterrupted() { return interrupted; }
 
 }  // namespace qzmtraw::host

@@ -21,7 +21,7 @@ Progress::~Progress() {
   if (isDrawn_) *terminal_ << kLineStart << std::flush;
 }
 
-void Progress::Update(std::uint64_t doneBytes, std::size_t findCount, Time now) {
+void Progress::Update(std::uint64_t doneBytes, std::uint64_t findCount, Time now) {
   if (terminal_ == nullptr) return;
   if (!samples_.empty() && now - samples_.back().time < kInterval) return;
   samples_.push_back({now, doneBytes});

@@ -25,7 +25,7 @@ class Progress {
   ~Progress();
 
   /// Draws the line anew, at most five times a second. The first call only starts the clock.
-  void Update(std::uint64_t doneBytes, std::size_t findCount, Time now = std::chrono::steady_clock::now());
+  void Update(std::uint64_t doneBytes, std::uint64_t findCount, Time now = std::chrono::steady_clock::now());
 
  private:
   struct Sample {

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "host/Error.h"
+#include "host/FindStore.h"
 #include "host/Interrupt.h"
 #include "host/OutputDirectory.h"
 #include "host/Progress.h"
@@ -26,15 +27,24 @@ std::string FolderName(const std::string& extension) {
   return name.empty() ? "bin" : name;
 }
 
+std::uint64_t TotalLength(const FindStore& finds, const CarvePlanner& planner) {
+  std::uint64_t total = 0;
+  PlannedFinds plannedFinds(finds, planner);
+  while (const auto planned = plannedFinds.Next()) total += planned->plan.length;
+  return total;
+}
+
 /// Copies the finds of a finished scan.
 class Recovery {
  public:
-  Recovery(ScanJob& job, OutputDirectory& directory, std::ostream* progress)
+  /// \param finds  Sorted.
+  Recovery(ScanJob& job, const FindStore& finds, OutputDirectory& directory, std::ostream* progress)
       : job_(job),
         directory_(directory),
         buffer_(std::max(1U, kCopySize / job.ScannedDevice().SectorSize()) *
                 std::size_t{job.ScannedDevice().SectorSize()}),
-        progress_(progress, "copying", TotalLength(job)) {}
+        findCount_(finds.Count()),
+        progress_(progress, "copying", TotalLength(finds, job.Planner())) {}
 
   /// Copies one find.
   /// \return The path of the copy, or none if the work was stopped, which the job knows then.
@@ -59,15 +69,9 @@ class Recovery {
   [[nodiscard]] std::uint64_t FilesWritten() const { return filesWritten_; }
 
  private:
-  static std::uint64_t TotalLength(const ScanJob& job) {
-    std::uint64_t total = 0;
-    for (const CarvePlan& plan : job.Plans()) total += plan.length;
-    return total;
-  }
-
   bool IsStopped() {
     if (IsInterrupted()) job_.SetInterrupted();
-    progress_.Update(bytesCopied_, job_.Finds().size());
+    progress_.Update(bytesCopied_, findCount_);
     return !job_.GoesOn();
   }
 
@@ -97,6 +101,7 @@ class Recovery {
   std::uint64_t filesWritten_ = 0;
   Find previous_{.row = -1};
   std::size_t number_ = 0;
+  std::uint64_t findCount_;
   Progress progress_;
 };
 
@@ -113,12 +118,14 @@ std::string RecoveredName(const Find& find, const std::string& extension, std::s
 ExitCode RunRecoverCommand(const ScanOptions& options, const std::string& directory, const Console& console) {
   ScanJob job(options, console);
   OutputDirectory output(directory);
-  job.Scan();
+  FindStore finds(job.StoreMemory());
+  job.Scan([&](const Find& find) { finds.Add(find); });
+  finds.Sort();
   {
-    Recovery recovery(job, output, console.progress);
-    for (std::size_t i = 0; i < job.Finds().size(); ++i) {
-      const Find& find = job.Finds()[i];
-      const CarvePlan& plan = job.Plans()[i];
+    Recovery recovery(job, finds, output, console.progress);
+    PlannedFinds plannedFinds(finds, job.Planner());
+    while (const auto planned = plannedFinds.Next()) {
+      const auto& [find, plan] = *planned;
       job.Add({find, &job.TypeOf(find), plan, true, recovery.Copy(find, plan)});
     }
     job.SetFilesWritten(recovery.FilesWritten());

@@ -9,6 +9,7 @@
 
 #include "host/Error.h"
 #include "host/FileDescriptor.h"
+#include "host/TemporaryFile.h"
 #include "host/Text.h"
 
 namespace qzmtraw::host {
@@ -20,8 +21,7 @@ constexpr const char* kLogName = "qzmtraw.log";
 class LogDirectory {
  public:
   LogDirectory() {
-    const char* parent = std::getenv("TMPDIR");
-    path_ = std::string(parent == nullptr || *parent == '\0' ? "/tmp" : parent) + "/qzmtraw-XXXXXX";
+    path_ = TemporaryDirectory() + "/qzmtraw-XXXXXX";
     if (::mkdtemp(path_.data()) == nullptr) {
       throw Failure("cannot make a temporary directory " + Quoted(path_) + ": " + ErrorText(errno) +
                     ": set TMPDIR to a directory that can be written to");

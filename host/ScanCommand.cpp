@@ -2,15 +2,25 @@
 
 #include <optional>
 
+#include "host/FindStore.h"
+
 namespace qzmtraw::host {
 
 ExitCode RunScanCommand(const ScanOptions& options, const Console& console) {
   ScanJob job(options, console);
-  job.Scan();
-  for (std::size_t i = 0; i < job.Finds().size(); ++i) {
-    const Find& find = job.Finds()[i];
-    job.Add({find, &job.TypeOf(find), job.Plans()[i], false, std::nullopt});
+  const auto list = [&job](const PlannedFind& planned) {
+    job.Add({planned.find, &job.TypeOf(planned.find), planned.plan, false, std::nullopt});
+  };
+  if (options.format == OutputFormat::kJsonLines) {
+    // Programs want finds as they come; people want them by place.
+    job.Scan([&](const Find& find) { list(job.Planner().Plan(find)); });
+    return job.Finish();
   }
+  FindStore finds(job.StoreMemory());
+  job.Scan([&](const Find& find) { finds.Add(find); });
+  finds.Sort();
+  PlannedFinds plannedFinds(finds, job.Planner());
+  while (const auto planned = plannedFinds.Next()) list(*planned);
   return job.Finish();
 }
 

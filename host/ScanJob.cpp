@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <chrono>
+#include <thread>
 
 #include "host/Interrupt.h"
+#include "host/Lanes.h"
 #include "host/Progress.h"
 #include "host/Registry.h"
 #include "host/Text.h"
@@ -30,6 +32,10 @@ std::string UnreadableText(const SectorRanges& sectors) {
   return text;
 }
 
+std::size_t LaneCount(const ScanOptions& options) {
+  return options.jobs.value_or(std::clamp(std::thread::hardware_concurrency(), 1U, kMaxJobs));
+}
+
 }  // namespace
 
 ScanJob::ScanJob(const ScanOptions& options, const Console& console)
@@ -37,11 +43,12 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
       console_(console),
       catalogue_(ReadTypeCatalogue(OpenRegistry())),
       rows_(options.types ? SelectTypes(catalogue_, *options.types) : AllTypes(catalogue_)),
+      memory_(DivideMemory(options.memory, options.sectorSize, LaneCount(options))),
       source_(options.image),
       device_(source_, options.sectorSize),
       report_(MakeReport(options.format, console.out)) {}
 
-void ScanJob::Scan() {
+void ScanJob::Scan(const FindTaker& take) {
   if (device_.Size() == 0) {
     console_.err << kProgramName << ": " << Quoted(options_.image) << " is empty: nothing to scan\n";
   }
@@ -51,26 +58,30 @@ void ScanJob::Scan() {
   console_.out.flush();
 
   std::vector<DetectorPtr> owners;
-  std::vector<RowDetector> detectors;
-  for (const std::int32_t row : rows_) {
-    owners.emplace_back(OpenRegistry().CreateType(row, nullptr, nullptr));
-    detectors.push_back({row, owners.back().get()});
+  std::vector<DetectorLane> lanes;
+  for (const Lane& rows : DealRows(rows_, catalogue_, memory_.laneCount)) {
+    DetectorLane& lane = lanes.emplace_back();
+    for (const LaneRow& each : rows) {
+      owners.emplace_back(OpenRegistry().CreateType(each.row, nullptr, nullptr));
+      lane.push_back({each.row, owners.back().get(), each.isSilent});
+    }
   }
   const auto bytesOf = [&](std::uint64_t sectors) { return std::min(sectors * device_.SectorSize(), device_.Size()); };
   const auto start = std::chrono::steady_clock::now();
+  ScanOutcome outcome;
   {
     Progress progress(console_.progress, "scanning", device_.Size());
-    outcome_ = RunScan(device_, detectors, [&](std::uint64_t sectorsDone, std::size_t findCount) {
+    outcome = RunScan(device_, lanes, memory_.scan, take, [&](std::uint64_t sectorsDone, std::uint64_t findCount) {
       progress.Update(bytesOf(sectorsDone), findCount);
+      console_.out.flush();
       return !IsInterrupted();
     });
   }
   const std::chrono::duration<double> span = std::chrono::steady_clock::now() - start;
   summary_.seconds = span.count();
-  summary_.bytesScanned = bytesOf(outcome_.sectorsDone);
-  summary_.isInterrupted = outcome_.isInterrupted;
+  summary_.bytesScanned = bytesOf(outcome.sectorsDone);
+  summary_.isInterrupted = outcome.isInterrupted;
   summary_.error = device_.Loss();
-  plans_ = PlanCarving(outcome_.finds, catalogue_, device_.Size(), device_.SectorSize());
 }
 
 const TypeInfo& ScanJob::TypeOf(const Find& find) const { return catalogue_.at(static_cast<std::size_t>(find.row)); }

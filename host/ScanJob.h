@@ -4,13 +4,14 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
-#include <span>
 #include <string>
 #include <vector>
 
+#include "host/CarvePlan.h"
 #include "host/Console.h"
 #include "host/Device.h"
 #include "host/ExitCode.h"
+#include "host/MemoryBudget.h"
 #include "host/RawSource.h"
 #include "host/Report.h"
 #include "host/ScanLoop.h"
@@ -19,6 +20,7 @@ namespace qzmtraw::host {
 
 inline constexpr std::uint32_t kDefaultSectorSize = 512;
 inline constexpr std::uint32_t kMaxSectorSize = 1U << 20U;
+inline constexpr std::uint32_t kMaxJobs = 256;
 
 /// What to scan, for what, and how to tell.
 struct ScanOptions {
@@ -28,6 +30,10 @@ struct ScanOptions {
   std::uint32_t sectorSize = kDefaultSectorSize;
   /// As SelectTypes takes it. None: all.
   std::optional<std::string> types{};
+  /// Most lanes, from 1 to kMaxJobs. None: as many as the machine has cores.
+  std::optional<std::uint32_t> jobs{};
+  /// In bytes, from kLeastMemory to kGreatestMemory.
+  std::uint64_t memory = kDefaultMemory;
 };
 
 /// One scan of one source with its report: construct, Scan, Add for every find, Finish.
@@ -36,13 +42,12 @@ class ScanJob {
   /// Opens everything. Throws UsageError or Failure.
   ScanJob(const ScanOptions& options, const Console& console);
 
-  /// Scans the source. The report gets its beginning.
-  void Scan();
+  /// Scans the source. The report gets its beginning, and `take` what is found, as RunScan tells.
+  void Scan(const FindTaker& take);
 
-  /// What was found, in order.
-  [[nodiscard]] std::span<const Find> Finds() const { return outcome_.finds; }
-  /// Which bytes each find stands for, in the same order.
-  [[nodiscard]] std::span<const CarvePlan> Plans() const { return plans_; }
+  [[nodiscard]] CarvePlanner Planner() const { return {catalogue_, device_.Size(), device_.SectorSize()}; }
+  /// In bytes, for finds that are kept.
+  [[nodiscard]] std::size_t StoreMemory() const { return memory_.storeMemory; }
   [[nodiscard]] const TypeInfo& TypeOf(const Find& find) const;
   [[nodiscard]] Device& ScannedDevice() { return device_; }
 
@@ -63,11 +68,10 @@ class ScanJob {
   Console console_;
   TypeCatalogue catalogue_;
   std::vector<std::int32_t> rows_;
+  MemoryBudget memory_;
   RawSource source_;
   Device device_;
   std::unique_ptr<IReport> report_;
-  ScanOutcome outcome_;
-  std::vector<CarvePlan> plans_;
   Summary summary_;
 };
 

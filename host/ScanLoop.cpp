@@ -1,59 +1,153 @@
 #include "host/ScanLoop.h"
 
 #include <algorithm>
+#include <chrono>
 #include <limits>
+#include <span>
+#include <thread>
 
+#include "host/FindQueue.h"
 #include "host/FindSink.h"
+#include "host/ReadAhead.h"
 #include "host/SectorReader.h"
+#include "host/Threads.h"
 
 namespace qzmtraw::host {
 namespace {
 
+/// How long the watch isn't asked at most.
+constexpr std::chrono::milliseconds kPatience{50};
+
 /// Detectors that share a classifier let it read a block once and recognise the block by its number. At process start
 /// some classifiers hold the number 0, and later that of the block they saw last, so the first block of a scan could
 /// pass for one that has been read already. An empty block with a number that no device has clears that memory.
-void Prepare(std::span<const RowDetector> detectors, RawSectorBlock block) {
-  block.startSector = std::numeric_limits<std::uint64_t>::max();
-  block.sectorCount = 0;
-  for (const RowDetector& entry : detectors) entry.detector->Reset();
-  for (const RowDetector& entry : detectors) entry.detector->Scan(&block, nullptr);
+void Prepare(const std::vector<DetectorLane>& lanes, Device& device) {
+  std::uint8_t nothing = 0;
+  SectorReader reader(device);
+  const RawSectorBlock block{std::numeric_limits<std::uint64_t>::max(), &nothing, 0,
+                             static_cast<std::int32_t>(device.SectorSize()), &reader};
+  for (const DetectorLane& lane : lanes) {
+    for (const RowDetector& entry : lane) entry.detector->Reset();
+  }
+  for (const DetectorLane& lane : lanes) {
+    for (const RowDetector& entry : lane) entry.detector->Scan(&block, nullptr);
+  }
+}
+
+/// The threads of a scan and what goes between them.
+class Scan {
+ public:
+  Scan(Device& device, const std::vector<DetectorLane>& lanes, const ScanMemory& memory)
+      : device_(device),
+        hasSeveralLanes_(lanes.size() > 1),
+        queue_(lanes.size(), memory.mostFinds),
+        pieces_(device, PieceSectors(device.SectorSize()), memory.pieceCount, lanes.size(), failures_) {
+    try {
+      for (const DetectorLane& lane : lanes) Start(lane, threads_.size());
+    } catch (...) {
+      Stop();
+      throw;
+    }
+  }
+  Scan(const Scan&) = delete;
+  Scan& operator=(const Scan&) = delete;
+  ~Scan() { Stop(); }
+
+  FindQueue::Batch Take() { return queue_.Take(kPatience); }
+
+  /// Waits for the threads and throws what one of them has thrown.
+  void Finish() {
+    threads_.clear();
+    failures_.Rethrow();
+  }
+
+ private:
+  void Start(const DetectorLane& lane, std::size_t number) {
+    threads_.push_back(StartThread([this, &lane, number] {
+      failures_.Guard([&] { Run(lane, number); });
+      if (failures_.HasAny()) Stop();
+      queue_.Leave();
+    }));
+  }
+
+  void Stop() {
+    queue_.Stop();
+    pieces_.Stop();
+  }
+
+  /// The work of a lane.
+  void Run(const DetectorLane& lane, std::size_t number) {
+    FindSink sink;
+    SectorReader reader(device_);
+    std::vector<std::uint8_t> copy;
+    std::uint64_t blockNumber = 0;
+    std::uint64_t pieceNumber = 0;
+    while (Piece* piece = pieces_.Get(pieceNumber)) {
+      for (std::uint64_t sector = 0; sector < piece->sectorCount; sector += kSectorsPerBlock) {
+        if (!queue_.Begin(blockNumber)) return;
+        const std::uint64_t sectorCount = std::min<std::uint64_t>(kSectorsPerBlock, piece->sectorCount - sector);
+        const RawSectorBlock block{piece->startSector + sector, BlockMemory(*piece, sector, sectorCount, copy),
+                                   static_cast<std::int32_t>(sectorCount),
+                                   static_cast<std::int32_t>(device_.SectorSize()), &reader};
+        for (const RowDetector& entry : lane) {
+          sink.SetRow(entry.row);
+          entry.detector->Scan(&block, entry.isSilent ? nullptr : &sink);
+        }
+        queue_.End(number, blockNumber, sink.Finds());
+        ++blockNumber;
+      }
+      pieces_.Release(pieceNumber);
+      ++pieceNumber;
+    }
+  }
+
+  /// The memory of a block for one lane. Detectors may write into it, so each of several lanes gets a copy, in `copy`.
+  std::uint8_t* BlockMemory(Piece& piece, std::uint64_t sector, std::uint64_t sectorCount,
+                            std::vector<std::uint8_t>& copy) const {
+    const std::span bytes = std::span(piece.bytes)
+                                .subspan(static_cast<std::size_t>(sector * device_.SectorSize()),
+                                         static_cast<std::size_t>(sectorCount * device_.SectorSize()));
+    if (!hasSeveralLanes_) return bytes.data();
+    copy.assign(bytes.begin(), bytes.end());
+    return copy.data();
+  }
+
+  Device& device_;
+  bool hasSeveralLanes_;
+  Failures failures_;
+  FindQueue queue_;
+  ReadAhead pieces_;
+  std::vector<std::jthread> threads_;
+};
+
+ScanOutcome Listen(Device& device, Scan& scan, const FindTaker& take, const ScanWatch& watch) {
+  ScanOutcome outcome;
+  std::uint64_t findCount = 0;
+  bool isLast = false;
+  while (watch(outcome.sectorsDone, findCount)) {
+    if (isLast) return outcome;
+    const FindQueue::Batch batch = scan.Take();
+    for (const Find& find : batch.finds) take(find);
+    findCount += batch.finds.size();
+    outcome.sectorsDone = std::min(batch.blocksDone * kSectorsPerBlock, device.SectorCount());
+    isLast = batch.isLast;
+  }
+  outcome.isInterrupted = true;
+  return outcome;
 }
 
 }  // namespace
 
-ScanOutcome RunScan(Device& device, std::span<const RowDetector> detectors, const ScanWatch& watch) {
-  const std::uint32_t blockSize = kSectorsPerBlock * device.SectorSize();
-  const std::uint64_t sectorsPerPiece = std::uint64_t{kSectorsPerBlock} * std::max(1U, kPieceSize / blockSize);
-  std::vector<std::uint8_t> piece(static_cast<std::size_t>(sectorsPerPiece * device.SectorSize()));
-  SectorReader reader(device);
-  FindSink sink;
-  ScanOutcome outcome;
-  RawSectorBlock block{0, piece.data(), 0, static_cast<std::int32_t>(device.SectorSize()), &reader};
-  Prepare(detectors, block);
+std::uint64_t PieceSectors(std::uint32_t sectorSize) {
+  return std::uint64_t{kSectorsPerBlock} * std::max(1U, kPieceSize / (kSectorsPerBlock * sectorSize));
+}
 
-  const auto isStopped = [&] {
-    if (!outcome.isInterrupted) outcome.isInterrupted = !watch(outcome.sectorsDone, sink.Count());
-    return outcome.isInterrupted;
-  };
-  while (outcome.sectorsDone < device.SectorCount() && !isStopped()) {
-    const std::uint64_t pieceSectors = std::min(sectorsPerPiece, device.SectorCount() - outcome.sectorsDone);
-    const std::span bytes(piece.data(), static_cast<std::size_t>(pieceSectors * device.SectorSize()));
-    device.Read(outcome.sectorsDone, bytes, isStopped);
-    if (!device.Loss().empty()) break;
-
-    for (std::uint64_t sector = 0; sector < pieceSectors && !isStopped(); sector += kSectorsPerBlock) {
-      block.startSector = outcome.sectorsDone;
-      block.data = piece.data() + sector * device.SectorSize();
-      block.sectorCount = static_cast<std::int32_t>(std::min<std::uint64_t>(kSectorsPerBlock, pieceSectors - sector));
-      for (const RowDetector& entry : detectors) {
-        sink.SetRow(entry.row);
-        entry.detector->Scan(&block, &sink);
-      }
-      outcome.sectorsDone += static_cast<std::uint64_t>(block.sectorCount);
-    }
-  }
-  outcome.finds = sink.Take();
-  std::ranges::sort(outcome.finds, ComesBefore);
+ScanOutcome RunScan(Device& device, const std::vector<DetectorLane>& lanes, const ScanMemory& memory,
+                    const FindTaker& take, const ScanWatch& watch) {
+  Prepare(lanes, device);
+  Scan scan(device, lanes, memory);
+  const ScanOutcome outcome = Listen(device, scan, take, watch);
+  if (!outcome.isInterrupted) scan.Finish();
   return outcome;
 }
 

@@ -8,7 +8,7 @@
 
 namespace qzmtraw::host {
 
-/// Gives detectors access to any sector of a device.
+/// Gives the detectors of a lane access to any sector of a device.
 class SectorReader final : public IRawSectorReader {
  public:
   /// \param device  Must live as long as the reader.

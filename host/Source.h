@@ -27,6 +27,7 @@ class ISource {
   [[nodiscard]] virtual std::uint64_t Size() const = 0;
 
   /// Reads bytes from `offset` on. May bring fewer than asked for; none without an error means that there are no more.
+  /// Several threads may call it at once.
   /// \param into  The caller's; `offset` plus its size is at most Size().
   virtual ReadResult ReadAt(std::uint64_t offset, std::span<std::uint8_t> into) = 0;
 };

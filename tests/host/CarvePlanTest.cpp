@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <limits>
+#include <vector>
 
 #include "host/CarvePlan.h"
 
@@ -16,7 +17,13 @@ constexpr std::uint64_t kDeviceSize = 1000000;
 std::vector<CarvePlan> Plan(const std::vector<Find>& finds, std::uint64_t deviceSize = kDeviceSize) {
   TypeCatalogue catalogue(2);
   catalogue[kHinted].hints = SizeHints{256, kGreatest};
-  return PlanCarving(finds, catalogue, deviceSize, 512);
+  FindStore store(1U << 20U);
+  for (const Find& find : finds) store.Add(find);
+  store.Sort();
+  PlannedFinds plannedFinds(store, CarvePlanner(catalogue, deviceSize, 512));
+  std::vector<CarvePlan> plans;
+  while (const auto planned = plannedFinds.Next()) plans.push_back(planned->plan);
+  return plans;
 }
 
 TEST(CarvePlanTest, AKnownSizeIsTaken) {

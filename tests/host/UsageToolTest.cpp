@@ -51,6 +51,11 @@ TEST(UsageToolTest, BadCommandLinesAreToldApart) {
       {{"scan", image, "--types", "doc,nonsense"}, "'nonsense'"},
       {{"scan", image, "--types", "320"}, "'320'"},
       {{"scan", image, "--types", ""}, "--types"},
+      {{"scan", image, "--jobs", "0"}, "--jobs"},
+      {{"scan", image, "--jobs", "257"}, "--jobs"},
+      {{"scan", image, "--memory", "31MiB"}, "--memory"},
+      {{"scan", image, "--memory", "much"}, "--memory"},
+      {{"scan", image, "--memory", "32M", "--sector-size", "1048576"}, "153MiB"},
       {{"recover", image}, "--out"},
   };
   for (const Case& each : cases) {

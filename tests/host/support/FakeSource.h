@@ -1,6 +1,7 @@
 #ifndef QZMTRAW_TESTS_HOST_SUPPORT_FAKE_SOURCE_H
 #define QZMTRAW_TESTS_HOST_SUPPORT_FAKE_SOURCE_H
 
+#include <atomic>
 #include <cstdint>
 #include <set>
 
@@ -19,7 +20,7 @@ class FakeSource final : public ISource {
   int error = 0;
   /// Most bytes that one read brings.
   std::size_t mostAtOnce = SIZE_MAX;
-  int readCount = 0;
+  std::atomic<int> readCount = 0;
 
   [[nodiscard]] std::uint64_t Size() const override { return content_.size(); }
   ReadResult ReadAt(std::uint64_t offset, std::span<std::uint8_t> into) override;
