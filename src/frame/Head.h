@@ -84,15 +84,6 @@ struct ProbeSet {
     for (std::size_t i = 0; i < count; ++i) least = std::min(least, probes[i].Selectivity());
     return least - static_cast<int>(count);
   }
-
-  /// Bytes from a sector's start that the probes look at.
-  constexpr std::int32_t Reach() const {
-    std::int32_t reach = 0;
-    for (std::size_t i = 0; i < count; ++i) {
-      reach = std::max(reach, probes[i].Reach());
-    }
-    return reach;
-  }
 };
 
 /// The head expressions. Made with At, && and ||.
