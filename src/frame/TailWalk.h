@@ -81,10 +81,22 @@ class TailWalk : public Detector<Self> {
     return 1;
   }
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
-    if (this->ThisDetector().IsOpen() || !HoldsNoHead(this->ThisDetector(), block)) ScanSectors(block, sink);
-    return static_cast<std::uint32_t>(block.SectorCount());
+  bool ScanBlock(const Block& block, IRawHitSink* sink) {
+    Self& self = this->ThisDetector();
+    for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
+      const bool wasOpen = self.IsOpen();
+      if (!wasOpen) i = NextHead(self, block, i);
+      if (i == block.SectorCount()) break;
+      const Sector sector = block[i];
+      if (!wasOpen || IsHeadAt(self, sector)) {
+        ReportFileBeforeHead(sink);
+        self.Open(sector.Number());
+      }
+      if (!self.IsOpen() || self.FindTail(sector, sink)) continue;
+      fileSize += self.GrowthBy(sector);
+      ApplyLimit(sink);
+    }
+    return self.IsOpen();
   }
 
   static std::uint64_t SizeUpTo(std::size_t offset) { return offset + Self::kTail.Size(); }
@@ -153,23 +165,6 @@ class TailWalk : public Detector<Self> {
   }
 
  private:
-  [[gnu::noinline]] void ScanSectors(const Block& block, IRawHitSink* sink) {
-    Self& self = this->ThisDetector();
-    for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
-      const bool wasOpen = self.IsOpen();
-      if (!wasOpen) i = NextHead(self, block, i);
-      if (i == block.SectorCount()) break;
-      const Sector sector = block[i];
-      if (!wasOpen || IsHeadAt(self, sector)) {
-        ReportFileBeforeHead(sink);
-        self.Open(sector.Number());
-      }
-      if (!self.IsOpen() || self.FindTail(sector, sink)) continue;
-      fileSize += self.GrowthBy(sector);
-      ApplyLimit(sink);
-    }
-  }
-
   void CloseFile() {
     fileStart = 0;
     fileSize = 0;

@@ -17,9 +17,12 @@ class KMhtFileType final : public HeadTail<KMhtFileType> {
   static constexpr auto kContentType = Bytes("Content-Type: multipart/related");
   static constexpr auto kBoundary = Bytes("boundary=\"");
 
+  static constexpr std::int32_t kGlance = 64;
+
+  static bool MayBeHead(const std::uint8_t* bytes) { return kWithinFields[bytes[kWithinFirstField]]; }
+
   /// The three header fields stand in the first 64 bytes, in any order.
   bool IsHead(const Sector& sector) {
-    if (!kWithinFields[sector.U8(kWithinFirstField)]) return false;
     const ByteView header = UpToZero(sector.BytesAt(0, 64));
     if (!Find(header, kVersion)) return false;
     if (!Find(header, kContentType)) return false;
