@@ -11,9 +11,9 @@
 namespace qzmtraw {
 
 /// What stands in front of a kind's own code. Most blocks hold no head of most kinds, and one function for all kinds
-/// finds that out, for sectors of the usual size, from what its gate keeps. So while 320 kinds take turns at a block, the processor runs the same few
-/// instructions, and fetches a kind's own code, from farther off, only where there is something to see. What the
-/// function looks at lies in one line of the cache.
+/// finds that out, for sectors of the usual size, from what its gate keeps. So while 320 kinds take turns at a block,
+/// the processor runs the same few instructions, and fetches a kind's own code, from farther off, only where there is
+/// something to see. What the function looks at lies in one line of the cache.
 class alignas(64) HeadGate : public IRawFileType {
  public:
   std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override;

@@ -40,7 +40,7 @@ class KMhtFileType final : public HeadTail<KMhtFileType> {
 
   std::optional<std::int64_t> EndIn(const Sector& sector) const {
     constexpr std::size_t kReach = 46;
-    const std::optional<std::size_t> lastTag = FindText(UpToZero(sector.Bytes()), Bytes("</xml>"));
+    const std::optional<std::size_t> lastTag = Find(UpToZero(sector.Bytes()), Bytes("</xml>"));
     if (!lastTag) return std::nullopt;
     const ByteView mark = UpToZero(mimeEndMark);
     const std::optional<std::size_t> found =
