@@ -14,10 +14,9 @@ class KCompoundFileType final : public SharedClassifier<KCompoundFileType> {
   static constexpr std::uint64_t kFirstKey = 0;
   static constexpr KeyStored kKeyStored = KeyStored::kAfterScan;
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* /*sink*/) {
     ForEachHead(*this, block, [&](const Sector& sector) {
-      const KCompoundReader document(rawBlock, sector.Number());
+      const KCompoundReader document(block.Raw(), sector.Number());
       const auto size = static_cast<std::int32_t>(document.Size());
       if (size < kMinimum) return;
       const CompoundKind kind = KindOf(document);
@@ -26,7 +25,7 @@ class KCompoundFileType final : public SharedClassifier<KCompoundFileType> {
       if (kind == CompoundKind::kExcel) Keep(sector, size, CompoundKind::kEt);
       if (kind == CompoundKind::kPowerPoint) Keep(sector, size, CompoundKind::kDps);
     });
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return false;
   }
 
  private:

@@ -62,8 +62,7 @@ std::int32_t KZipFileSearcher::ResetFull() {
   return Reset();
 }
 
-std::uint32_t KZipFileSearcher::Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) {
-  const Block block(rawBlock);
+bool KZipFileSearcher::ScanBlock(const Block& block, IRawHitSink* /*sink*/) {
   for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
     if (fileOpen == 0) i = NextHead(*this, block, i);
     if (i == block.SectorCount()) break;
@@ -75,7 +74,7 @@ std::uint32_t KZipFileSearcher::Scan(const RawSectorBlock* rawBlock, IRawHitSink
     }
     if (fileOpen != 0) SearchSector(sector);
   }
-  return static_cast<std::uint32_t>(block.SectorCount());
+  return fileOpen != 0;
 }
 
 void KZipFileSearcher::StartAt(const Sector& sector) {

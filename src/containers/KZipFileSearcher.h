@@ -34,7 +34,7 @@ class KZipFileSearcher final : public SharedClassifier<KZipFileSearcher> {
   std::int32_t Reset() override;
   std::int32_t ResetFull() override;
   void SetMaxFileSize(std::uint64_t limit) override { maxFileSize = limit; }
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override;
+  bool ScanBlock(const Block& block, IRawHitSink* sink);
 
  private:
   void StartAt(const Sector& sector);

@@ -19,6 +19,7 @@
 
 #include "frame/Block.h"
 #include "frame/Head.h"
+#include "frame/HeadGate.h"
 #include "frame/TypeTable.h"
 #include "qzmtraw/RawFileType.h"
 
@@ -48,23 +49,28 @@ inline constexpr bool kHasVirtualDestructor<CKG3dsFileType> = false;
 template <>
 inline constexpr bool kHasVirtualDestructor<CKUtf8TxtFileType> = false;
 
-/// IRawFileType with the end of the table that its class has.
-template <bool kVirtualDestructor>
-class OperationTable : public IRawFileType {
+/// IRawFileType, with a Scan of its own or a gate's, and the end of the table that its class has.
+template <class Operations, bool kVirtualDestructor>
+class OperationTable : public Operations {
  public:
   virtual ~OperationTable() = default;
 };
-template <>
-class OperationTable<false> : public IRawFileType {
+template <class Operations>
+class OperationTable<Operations, false> : public Operations {
  protected:
   ~OperationTable() = default;
 };
 
 /// Answers the operations that are the same in all classes; the base of every pattern.
-template <class Self>
-class Detector : public OperationTable<kHasVirtualDestructor<Self>> {
+template <class Self, class Gate = HeadGate>
+class Detector : public OperationTable<Gate, kHasVirtualDestructor<Self>> {
  public:
   static constexpr std::int32_t kFloor = 0;
+
+  Detector() {
+    if constexpr (requires(Self & self, const Block& block) { self.ScanBlock(block, nullptr); })
+      LookFor(ProbesOf<Self>());
+  }
 
   std::int32_t Reset() override { return 1; }
   std::int32_t ResetLight() override { return this->Reset(); }
@@ -94,6 +100,10 @@ class Detector : public OperationTable<kHasVirtualDestructor<Self>> {
   }
 
  protected:
+  /// Shows the class only blocks at which one of the probes holds, and those that follow while a file is open.
+  /// \param probes  They must live as long as the detector.
+  void LookFor(std::span<const Probe> probes) { this->ShowBlocksTo(&ScanBlockOf, probes); }
+
   Self& ThisDetector() { return static_cast<Self&>(*this); }
 
   /// Hands a hit to the sink. The record reads zero afterwards, also for a sink that kept its address.
@@ -107,6 +117,10 @@ class Detector : public OperationTable<kHasVirtualDestructor<Self>> {
   RawFileHit hit{};
 
  private:
+  static bool ScanBlockOf(HeadGate& gate, const Block& block, IRawHitSink* sink) {
+    return static_cast<Self&>(gate).ScanBlock(block, sink);
+  }
+
   static void CopyText(const char* text, char* buffer, std::uint32_t size) {
     if (text == nullptr || buffer == nullptr || size == 0) return;
     const std::size_t room = size - 1;

@@ -28,16 +28,7 @@ class FrameWalk : public Detector<Self> {
     return 1;
   }
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
-    if (IsOpen() || !HoldsNoHead(this->ThisDetector(), block)) ScanSectors(block, sink);
-    return static_cast<std::uint32_t>(block.SectorCount());
-  }
-
- private:
-  bool IsOpen() const { return this->hit.startSector != 0; }
-
-  [[gnu::noinline]] void ScanSectors(const Block& block, IRawHitSink* sink) {
+  bool ScanBlock(const Block& block, IRawHitSink* sink) {
     for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
       if (!IsOpen()) {
         i = NextHead(this->ThisDetector(), block, i);
@@ -46,7 +37,11 @@ class FrameWalk : public Detector<Self> {
       }
       if (IsOpen()) Step(block[i], sink);
     }
+    return IsOpen();
   }
+
+ private:
+  bool IsOpen() const { return this->hit.startSector != 0; }
 
   void Step(const Sector& sector, IRawHitSink* sink) {
     if (headerSplit != 0) {

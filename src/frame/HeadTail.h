@@ -22,10 +22,24 @@ namespace qzmtraw {
 template <class Self, class Base = Detector<Self>>
 class HeadTail : public OpenFile<Self, Base> {
  public:
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
-    if (this->fileOpen != 0 || !HoldsNoHead(this->ThisDetector(), block)) ScanSectors(block, sink);
-    return static_cast<std::uint32_t>(block.SectorCount());
+  bool ScanBlock(const Block& block, IRawHitSink* sink) {
+    Self& self = this->ThisDetector();
+    for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
+      const bool wasOpen = this->fileOpen != 0;
+      if (!wasOpen) i = NextHead(self, block, i);
+      if (i == block.SectorCount()) break;
+      const Sector sector = block[i];
+      if (!wasOpen || IsHeadAt(self, sector)) {
+        this->ReportFileBeforeHead(sink);
+        this->Open(sector.Number());
+        if (const std::optional<std::int64_t> size = self.KnownSize(sector)) {
+          this->ReportSize(sink, static_cast<std::uint64_t>(*size));
+          this->Close();
+        }
+      }
+      if (this->fileOpen != 0) SearchTail(sector, sink);
+    }
+    return this->fileOpen != 0;
   }
 
   static std::optional<std::int64_t> KnownSize(const Sector& /*sector*/) { return std::nullopt; }
@@ -45,25 +59,6 @@ class HeadTail : public OpenFile<Self, Base> {
   }
 
  private:
-  [[gnu::noinline]] void ScanSectors(const Block& block, IRawHitSink* sink) {
-    Self& self = this->ThisDetector();
-    for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
-      const bool wasOpen = this->fileOpen != 0;
-      if (!wasOpen) i = NextHead(self, block, i);
-      if (i == block.SectorCount()) break;
-      const Sector sector = block[i];
-      if (!wasOpen || IsHeadAt(self, sector)) {
-        this->ReportFileBeforeHead(sink);
-        this->Open(sector.Number());
-        if (const std::optional<std::int64_t> size = self.KnownSize(sector)) {
-          this->ReportSize(sink, static_cast<std::uint64_t>(*size));
-          this->Close();
-        }
-      }
-      if (this->fileOpen != 0) SearchTail(sector, sink);
-    }
-  }
-
   void SearchTail(const Sector& sector, IRawHitSink* sink) {
     if (const std::optional<std::int64_t> end = this->ThisDetector().EndIn(sector)) {
       this->fileSize += static_cast<std::uint64_t>(*end);

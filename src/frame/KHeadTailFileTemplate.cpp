@@ -38,9 +38,11 @@ KHeadTailFileTemplate::KHeadTailFileTemplate(const char* description, const char
                                              std::uint32_t tailLength, std::int32_t fixedSize)
     : head_(head, headLength),
       tail_(tail, tail == nullptr ? 0 : tailLength),
+      headProbe_(Probe::Of(0, head_)),
       hasTail_(tail != nullptr),
       fixedSize_(fixedSize) {
   SetTexts(description, extension);
+  LookFor({&headProbe_, 1});
 }
 
 bool KHeadTailFileTemplate::IsHead(const Sector& sector) const {

@@ -21,7 +21,6 @@ class KHeadTailFileTemplate final : public HeadTail<KHeadTailFileTemplate> {
                         std::uint32_t headLength, const std::uint8_t* tail, std::uint32_t tailLength,
                         std::int32_t fixedSize);
 
-  Probe HeadProbe() const { return Probe::Of(0, head_); }
   bool IsHead(const Sector& sector) const;
   std::optional<std::int64_t> KnownSize(const Sector& sector) const;
   std::optional<std::int64_t> EndIn(const Sector& sector) const { return EndBehindTail(sector, tail_); }
@@ -29,6 +28,7 @@ class KHeadTailFileTemplate final : public HeadTail<KHeadTailFileTemplate> {
  private:
   ByteView head_;
   ByteView tail_;
+  Probe headProbe_;
   bool hasTail_;
   std::int32_t fixedSize_;
 };

@@ -25,6 +25,19 @@ struct RawTypedHit {
 /// When a classifier remembers the block that it is about to read, or has read.
 enum class KeyStored { kBeforeScan, kAfterScan };
 
+/// The block that a classifier read last.
+struct ClassifiedBlock {
+  /// The number of its first sector.
+  std::uint64_t cacheKey;
+  /// What was found in it, in the order in which it was found.
+  std::vector<RawTypedHit> hits;
+
+  /// Whether it is this block, and holds no file of any of the classifier's kinds.
+  bool IsReadInVain(const RawSectorBlock* block) const {
+    return block != nullptr && block->startSector == cacheKey && hits.empty();
+  }
+};
+
 /// The base of the shared classifiers. `Self` writes a Scan, which reports nothing and appends to `hits`, and states
 ///
 ///     kFirstKey               the block number that counts as read at the start of the process: none, which is all
@@ -33,7 +46,7 @@ enum class KeyStored { kBeforeScan, kAfterScan };
 ///     kKeyStored              when the block's number is remembered; before Scan unless stated
 ///     kFaceResetsClassifier   whether Reset of a face resets the classifier; it leaves it alone unless stated
 template <class Self>
-class SharedClassifier : public Detector<Self> {
+class SharedClassifier : public Detector<Self>, protected ClassifiedBlock {
  public:
   static constexpr std::uint64_t kFirstKey = std::numeric_limits<std::uint64_t>::max();
   static constexpr KeyStored kKeyStored = KeyStored::kBeforeScan;
@@ -61,17 +74,44 @@ class SharedClassifier : public Detector<Self> {
     }
   }
 
+  const ClassifiedBlock& LastBlock() const { return *this; }
+
  protected:
-  /// The hits of the block that was read last, in the order in which they were found.
-  std::vector<RawTypedHit> hits;
-  std::uint64_t cacheKey = Self::kFirstKey;
+  SharedClassifier() : ClassifiedBlock{Self::kFirstKey, {}} {}
+};
+
+/// What stands in front of all faces, for the reason for which there is the HeadGate. A face's own code runs for the
+/// first face that is shown a block, and where the classifier has found something.
+class FaceGate : public IRawFileType {
+ public:
+  std::uint32_t Scan(const RawSectorBlock* block, IRawHitSink* sink) override;
+
+ protected:
+  using BlockLookup = void (*)(const RawSectorBlock* block, IRawHitSink* sink);
+
+  /// \param lastBlock  The classifier's.
+  /// \param lookup     Passes on the face's hits.
+  void PassOn(const ClassifiedBlock& lastBlock, BlockLookup lookup) {
+    lastBlock_ = &lastBlock;
+    lookup_ = lookup;
+  }
+
+ private:
+  const ClassifiedBlock* lastBlock_ = nullptr;
+  BlockLookup lookup_ = nullptr;
 };
 
 /// A kind that has no logic of its own but passes on the hits of one code of a classifier, or of several codes, one
 /// code after the other.
 template <class Self, class Classifier, std::uint32_t... kCodes>
-class Face : public Detector<Self> {
+class Face : public Detector<Self, FaceGate> {
  public:
+  Face() {
+    this->PassOn(Classifier::Instance().LastBlock(), [](const RawSectorBlock* block, IRawHitSink* sink) {
+      (Classifier::Instance().Lookup(block, sink, kCodes), ...);
+    });
+  }
+
   std::int32_t Reset() override {
     if constexpr (Classifier::kFaceResetsClassifier) Classifier::Instance().Reset();
     return 1;
@@ -80,11 +120,6 @@ class Face : public Detector<Self> {
   std::int32_t ResetFull() override {
     if constexpr (Classifier::kFaceResetsClassifier) Classifier::Instance().ResetFull();
     return 1;
-  }
-
-  std::uint32_t Scan(const RawSectorBlock* block, IRawHitSink* sink) override {
-    (Classifier::Instance().Lookup(block, sink, kCodes), ...);
-    return 0;
   }
 };
 

@@ -17,8 +17,7 @@ class SizedByHead : public OpenFile<Self> {
   static constexpr bool kClosesOnZeroSize = true;
   static constexpr bool kReportsUnknownSize = false;
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* sink) {
     ForEachHead(this->ThisDetector(), block, [&](const Sector& sector) {
       const std::int64_t size = this->ThisDetector().SizeAt(sector);
       this->ReportFileBeforeHead(sink);
@@ -30,7 +29,7 @@ class SizedByHead : public OpenFile<Self> {
       }
       if (Self::kClosesOnZeroSize || size != 0) this->Close();
     });
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return false;
   }
 };
 

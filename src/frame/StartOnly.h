@@ -20,14 +20,13 @@ namespace qzmtraw {
 template <class Self>
 class StartOnly : public Detector<Self> {
  public:
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* sink) {
     Self& self = this->ThisDetector();
     ForEachHead(self, block, [&](const Sector& sector) {
       const std::optional<std::uint64_t> size = self.SizeAt(sector);
       if (size) this->Report(sink, Self::StartAt(sector), *size);
     });
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return false;
   }
 
   static std::uint64_t StartAt(const Sector& sector) { return sector.Number(); }

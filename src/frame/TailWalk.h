@@ -28,8 +28,6 @@ enum class LimitTest { kAtOrAbove, kAbove };
 ///     kOpenMark        what tells a head that a file is open; its size, and that it has a start, unless stated
 ///     kHasOpenFlag     true: `fileOpen` says that a file is open, so one at sector 0 is followed as well
 ///     kComparedBytes   how many bytes of the tail are compared inside a sector, where the first few decide
-///     kTailBeginsCommonly
-///                      true: the tail's first byte is common in the files, so the search isn't led by it
 ///     kTailRoom        how many bytes the sector must have from a tail's first byte on, where more follows the tail
 ///     kSeesTailAtEnd   true: inside a sector, a whole tail, or its room, may touch the last byte
 ///     kStraddles       false: a tail across two sectors is not seen
@@ -65,7 +63,6 @@ class TailWalk : public Detector<Self> {
   static constexpr OpenMark kOpenMark = OpenMark::kFileSize;
   static constexpr bool kHasOpenFlag = false;
   static constexpr std::size_t kComparedBytes = std::numeric_limits<std::size_t>::max();
-  static constexpr bool kTailBeginsCommonly = false;
   static constexpr std::size_t kTailRoom = 0;
   static constexpr bool kSeesTailAtEnd = false;
   static constexpr bool kStraddles = true;
@@ -81,10 +78,22 @@ class TailWalk : public Detector<Self> {
     return 1;
   }
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
-    if (this->ThisDetector().IsOpen() || !HoldsNoHead(this->ThisDetector(), block)) ScanSectors(block, sink);
-    return static_cast<std::uint32_t>(block.SectorCount());
+  bool ScanBlock(const Block& block, IRawHitSink* sink) {
+    Self& self = this->ThisDetector();
+    for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
+      const bool wasOpen = self.IsOpen();
+      if (!wasOpen) i = NextHead(self, block, i);
+      if (i == block.SectorCount()) break;
+      const Sector sector = block[i];
+      if (!wasOpen || IsHeadAt(self, sector)) {
+        ReportFileBeforeHead(sink);
+        self.Open(sector.Number());
+      }
+      if (!self.IsOpen() || self.FindTail(sector, sink)) continue;
+      fileSize += self.GrowthBy(sector);
+      ApplyLimit(sink);
+    }
+    return self.IsOpen();
   }
 
   static std::uint64_t SizeUpTo(std::size_t offset) { return offset + Self::kTail.Size(); }
@@ -153,23 +162,6 @@ class TailWalk : public Detector<Self> {
   }
 
  private:
-  [[gnu::noinline]] void ScanSectors(const Block& block, IRawHitSink* sink) {
-    Self& self = this->ThisDetector();
-    for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
-      const bool wasOpen = self.IsOpen();
-      if (!wasOpen) i = NextHead(self, block, i);
-      if (i == block.SectorCount()) break;
-      const Sector sector = block[i];
-      if (!wasOpen || IsHeadAt(self, sector)) {
-        ReportFileBeforeHead(sink);
-        self.Open(sector.Number());
-      }
-      if (!self.IsOpen() || self.FindTail(sector, sink)) continue;
-      fileSize += self.GrowthBy(sector);
-      ApplyLimit(sink);
-    }
-  }
-
   void CloseFile() {
     fileStart = 0;
     fileSize = 0;
@@ -192,12 +184,6 @@ class TailWalk : public Detector<Self> {
     this->ThisDetector().ClearCount();
   }
 
-  static std::optional<std::size_t> FindCompared(ByteView searched, ByteView compared, std::size_t from) {
-    if (!Self::kTailBeginsCommonly) return Find(searched, compared, from);
-    const std::optional<std::size_t> found = FindText(searched.subspan(from), compared);
-    return found ? std::optional<std::size_t>(from + *found) : std::nullopt;
-  }
-
   struct Search {
     bool ended;
     std::size_t stoppedAt;
@@ -213,7 +199,7 @@ class TailWalk : public Detector<Self> {
     const ByteView compared = ByteView(Self::kTail).first(std::min(Self::kTail.Size(), Self::kComparedBytes));
     const ByteView searched = bytes.first(places - 1 + compared.size());
     std::size_t from = 0;
-    while (const std::optional<std::size_t> found = FindCompared(searched, compared, from)) {
+    while (const std::optional<std::size_t> found = Find(searched, compared, from)) {
       if (this->ThisDetector().CountsAt(sector, *found) && this->ThisDetector().EndsAtTail()) {
         fileSize += Self::SizeUpTo(*found);
         ReportAndClose(sink);

@@ -23,7 +23,7 @@ class ZeroPairWalk : public TailWalk<Self> {
       this->ReportAndClose(sink);
       return true;
     }
-    if (const std::optional<std::size_t> zeros = FindText(sector.Bytes(), Bytes("\0\0"))) {
+    if (const std::optional<std::size_t> zeros = Find(sector.Bytes(), Bytes("\0\0"))) {
       this->fileSize += *zeros + Self::kZerosCounted;
       this->ReportAndClose(sink);
       return true;

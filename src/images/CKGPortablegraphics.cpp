@@ -20,17 +20,16 @@ enum PortableKind : std::uint32_t {
 class CKGPortablegraphics final : public SharedClassifier<CKGPortablegraphics> {
  public:
   /// The P, a digit from 0 to 7, and the line's end.
-  static constexpr Probe HeadProbe() { return {0, 0x00FFF8FF, 0x000A3050}; }
+  static constexpr Probe kHeadProbe{0, 0x00FFF8FF, 0x000A3050};
 
   static bool IsHead(const Sector& sector) {
     const std::uint8_t digit = sector.U8(1);
     return sector.U8(0) == 'P' && digit >= '0' && digit <= '6' && digit != '4' && sector.U8(2) == '\n';
   }
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* /*sink*/) {
     ForEachHead(*this, block, [this](const Sector& sector) { Sort(sector); });
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return false;
   }
 
  private:

@@ -94,15 +94,16 @@ class CKGCgmBinaryFileType final : public DrawingWalk<CKGCgmBinaryFileType> {
  public:
   static constexpr auto kHead = At(0, "\0");
   static constexpr auto kTail = Bytes("\x00\xA0\x00\x40");
-  static constexpr bool kTailBeginsCommonly = true;
   static constexpr std::int64_t kLimit = 0x2000000;
   static constexpr LimitTest kLimitTest = LimitTest::kAbove;
 
-  /// The sector's last byte isn't looked at.
+  /// The sector's last byte isn't looked at. Many sectors are nothing but zeros, which the description's first byte
+  /// tells at once.
   static bool IsHead(const Sector& sector) {
     constexpr auto kVersionAndDescription = Bytes("\x10\x22\x00\x01\x10\x5F\x00\x3E=\"Pr");
-    return Find(sector.Bytes().first(static_cast<std::size_t>(sector.Size()) - 1), kVersionAndDescription, 1)
-        .has_value();
+    const ByteView searched = sector.Bytes().first(static_cast<std::size_t>(sector.Size()) - 1);
+    const std::optional<std::size_t> first = Find(searched, Bytes("\x10"), 1);
+    return first && Find(searched, kVersionAndDescription, *first);
   }
 };
 DETECTOR(CKGCgmBinaryFileType);

@@ -1,3 +1,5 @@
+#include <cstring>
+
 #include "frame/HeadTail.h"
 
 namespace qzmtraw {
@@ -10,9 +12,23 @@ class KDxfFileType final : public HeadTail<KDxfFileType> {
   static constexpr auto kTail = Bytes("\nEOF");
   static constexpr std::uint64_t kDefaultMaxFileSize = 0x2000000;
 
+  static constexpr std::int32_t kGlance = 64;
+
+  /// Wherever the word "SECTION" stands with "HEADER" behind it, four of its letters stand at an offset that four
+  /// divides; all its letters are between 0x40 and 0x5F.
+  static bool MayBeHead(const std::uint8_t* bytes) {
+    using FourWords [[gnu::vector_size(16)]] = std::uint32_t;
+    FourWords found{};
+    for (std::int32_t i = 0; i < kGlance; i += 16) {
+      FourWords words;
+      std::memcpy(&words, bytes + i, sizeof words);
+      found |= (words & 0xE0E0E0E0) == 0x40404040 ? 1U : 0U;
+    }
+    return (found[0] | found[1] | found[2] | found[3]) != 0;
+  }
+
   /// The code 0 begins a section; where it doesn't stand among the first bytes, it isn't asked for.
   static bool IsHead(const Sector& sector) {
-    if (!MayHoldSection(sector)) return false;
     constexpr std::size_t kTextLength = 70;
     constexpr std::size_t kCodeWithin = 10;
     const ByteView text = UpToZero(sector.BytesAt(0, kTextLength));
@@ -24,21 +40,6 @@ class KDxfFileType final : public HeadTail<KDxfFileType> {
 
  private:
   static constexpr auto kSection = Bytes("SECTION");
-
-  /// Sorts out almost all sectors quickly. Wherever the word stands, four of its letters stand at an offset that four
-  /// divides; all its letters are between 0x40 and 0x5F. Comparisons without branches become vector instructions.
-  static bool MayHoldSection(const Sector& sector) {
-    constexpr std::size_t kSearched = 64;
-    const ByteView bytes = sector.BytesAt(0, kSearched);
-    if (bytes.size() < kSearched) return true;
-    if (bytes.front() == 0) return false;
-    std::uint32_t found = 0;
-    for (std::size_t i = 0; i < kSearched; i += 4) {
-      const auto four = LoadLittle<std::uint32_t>(bytes.data() + i);
-      found |= static_cast<std::uint32_t>((four & 0xE0E0E0E0) == 0x40404040);
-    }
-    return found != 0;
-  }
 };
 
 DETECTOR(KDxfFileType);

@@ -136,11 +136,10 @@ class KGIFFileType final : public OpenFile<KGIFFileType> {
   static constexpr std::uint64_t kDefaultMaxFileSize = 0x100000;
   static constexpr SizeHints kHints{256, kDefaultMaxFileSize};
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* sink) {
     ForEachHead(*this, block, [&](const Sector& sector) {
       const std::uint64_t index = sector.Number() - block.StartSector();
-      KFileSimulator file(rawBlock, static_cast<std::uint64_t>(block.SectorSize()) + index, kDefaultMaxFileSize);
+      KFileSimulator file(block.Raw(), static_cast<std::uint64_t>(block.SectorSize()) + index, kDefaultMaxFileSize);
       const GifWalk walk(file);
       Open(sector.Number());
       if (walk.Size() >= kMinimum) {
@@ -148,7 +147,7 @@ class KGIFFileType final : public OpenFile<KGIFFileType> {
       }
       Close();
     });
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return false;
   }
 };
 

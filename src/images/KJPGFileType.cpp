@@ -163,7 +163,7 @@ class KJPGFileType : public OpenFile<KJPGFileType> {
         continue;
       }
       if (!allowance_.PayReading() || !file.Read(endSearchBuffer.get(), kChunk)) break;
-      const std::optional<std::size_t> mark = FindText(chunk, kEndMark);
+      const std::optional<std::size_t> mark = Find(chunk, kEndMark);
       known_.Add(positionOfFile + start, chunk, mark.value_or(kChunk - 1));
       if (mark && *mark < kChunk - kBlindSpot) return start + *mark + kEndMark.Size();
     }

@@ -34,7 +34,7 @@ class KOrfFileType final : public SizedByHead<KOrfFileType> {
     constexpr std::size_t kUnseen = 1;
     std::array<std::uint8_t, 8192> beginning{};
     file.Read(beginning.data(), beginning.size());
-    return FindText(ByteView(beginning).first(beginning.size() - kUnseen), Bytes("OLYMPUS"), LetterCase::kIgnored)
+    return Find(ByteView(beginning).first(beginning.size() - kUnseen), Bytes("OLYMPUS"), 0, LetterCase::kIgnored)
         .has_value();
   }
 

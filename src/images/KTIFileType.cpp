@@ -60,16 +60,15 @@ class KTIFileType final : public SharedClassifier<KTIFileType> {
   static constexpr std::uint64_t kFirstKey = 0;
   static constexpr KeyStored kKeyStored = KeyStored::kAfterScan;
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* /*sink*/) {
     ForEachHead(*this, block, [&](const Sector& sector) {
-      KFileSimulator file(rawBlock, sector.Number(), kMaxFileSize);
+      KFileSimulator file(block.Raw(), sector.Number(), kMaxFileSize);
       bool dngSeen = false;
       if (!WalkFirstIfd(file, sector, dngSeen)) return;
       const TiffKind kind = ClassifyTiff(file, dngSeen);
       hits.push_back({{sector.Number(), kind == kPlainTiff ? EndOfStrip() : 0}, kind});
     });
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return false;
   }
 
  private:

@@ -49,7 +49,7 @@ class KPCXFileType final : public HeadTail<KPCXFileType> {
   static constexpr std::uint64_t kDefaultMaxFileSize = 0x7F000000;
 
   /// The three bytes, but of the version only that it is below 8.
-  static constexpr Probe HeadProbe() { return {0, 0x00FFF8FF, 0x0001000A}; }
+  static constexpr Probe kHeadProbe{0, 0x00FFF8FF, 0x0001000A};
 
   static bool IsHead(const Sector& sector) {
     constexpr ByteString<54> kFiller;
@@ -128,7 +128,7 @@ class CKGTgaFileType final : public StartOnly<CKGTgaFileType> {
   static constexpr SizeHints kHints{512, 0x2000000};
 
   /// A colour map flag of 0 or 1, and, but for one bit, an image type of 2 or 10.
-  static constexpr Probe HeadProbe() { return {0, 0x00F7FE00, 0x00020000}; }
+  static constexpr Probe kHeadProbe{0, 0x00F7FE00, 0x00020000};
 
   static bool IsHead(const Sector& sector) {
     const std::uint8_t imageType = sector.U8(2);

@@ -38,17 +38,16 @@ void KASFFileType::Lookup(const RawSectorBlock* block, IRawHitSink* sink, std::u
   SharedClassifier::Lookup(block, sink, code);
 }
 
-std::uint32_t KASFFileType::Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) {
-  const Block block(rawBlock);
+bool KASFFileType::ScanBlock(const Block& block, IRawHitSink* sink) {
   code_ = kAsfWithoutStreams;
   ForEachHead(*this, block, [&](const Sector& sector) {
-    KFileSimulator file(rawBlock, sector.Number(), kDefaultMaxFileSize);
+    KFileSimulator file(block.Raw(), sector.Number(), kDefaultMaxFileSize);
     const std::int64_t size = ReadHeader(file);
     Open(sector.Number());
     ReportSize(sink, static_cast<std::uint64_t>(size));
     Close();
   });
-  return static_cast<std::uint32_t>(block.SectorCount());
+  return false;
 }
 
 void KASFFileType::Report(IRawHitSink* /*sink*/, std::uint64_t startSector, std::uint64_t size) {

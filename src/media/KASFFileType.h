@@ -24,7 +24,7 @@ class KASFFileType final : public OpenFile<KASFFileType, SharedClassifier<KASFFi
   KASFFileType() { SetTexts("ASF(wma,wmv)", "asf"); }
 
   std::int32_t Reset() override;
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override;
+  bool ScanBlock(const Block& block, IRawHitSink* sink);
   /// SharedClassifier's Lookup as an operation of its own, behind the destructor in the table of virtual functions.
   virtual void Lookup(const RawSectorBlock* block, IRawHitSink* sink, std::uint32_t code);
 

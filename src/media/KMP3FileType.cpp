@@ -100,8 +100,7 @@ class KMP3FileType final : public OpenFile<KMP3FileType> {
     return OpenFile::Reset();
   }
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* sink) {
     ForEachHead(*this, block, [&](const Sector& sector) {
       if (workBuffer == nullptr) workBuffer.reset(new (std::nothrow) std::uint8_t[kWorkBufferSize]());
       if (workBuffer == nullptr || IsInsideLastFile(sector.Number())) return;
@@ -109,7 +108,7 @@ class KMP3FileType final : public OpenFile<KMP3FileType> {
       Examine(sector, sink);
       Close();
     });
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return false;
   }
 
  private:

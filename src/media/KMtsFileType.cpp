@@ -22,13 +22,12 @@ class KMtsFileType final : public OpenFile<KMtsFileType> {
     return OpenFile::Reset();
   }
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* sink) {
     for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
       if (fileOpen == 0) i = NextHead(*this, block, i);
       if (i < block.SectorCount()) Step(block[i], sink);
     }
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return fileOpen != 0;
   }
 
  private:

@@ -33,12 +33,11 @@ class CKEPeFileType final : public SharedClassifier<CKEPeFileType> {
     return static_cast<std::int8_t>(sector.U8(3)) <= 2 && static_cast<std::int8_t>(sector.U8(5)) <= 2;
   }
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* /*sink*/) {
     ForEachHead(*this, block, [&](const Sector& sector) {
       if (Examine(sector)) hits.push_back({{sector.Number(), fileSize}, typeCode});
     });
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return false;
   }
 
  private:

@@ -25,14 +25,13 @@ class CKOElfFileType final : public SharedClassifier<CKOElfFileType> {
 
   CKOElfFileType() { SetTexts("ELF Unix file", ""); }
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* /*sink*/) {
     ForEachHead(*this, block, [&](const Sector& sector) {
       const std::uint32_t code = CodeOf(sector.U16(16));
       // Core files, and nearly all whose most significant byte comes first, are no face's: their tables aren't read.
       if (code != ElfCode::kOther) hits.push_back({{sector.Number(), SizeOf(sector)}, code});
     });
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return false;
   }
 
  private:

@@ -71,7 +71,7 @@ class CFireFoxBookmarkType final : public HeadTail<CFireFoxBookmarkType> {
     // A mark that begins at or behind this offset is left to CarryMark.
     const std::size_t markEnds = bytes.size() - std::min(bytes.size(), kMarkAndText - kMark.Size() + 1);
     std::size_t from = 0;
-    while (const auto found = FindText(bytes.first(markEnds).subspan(from), kMark)) {
+    while (const auto found = Find(bytes.first(markEnds).subspan(from), kMark)) {
       from += *found + kMark.Size();
       if (const std::optional<std::int64_t> end = EndAt(sector, static_cast<std::int64_t>(from))) return end;
     }

@@ -31,8 +31,7 @@ class CKUTxtFileType final : public Detector<CKUTxtFileType> {
     return 1;
   }
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* sink) {
     for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
       if (fileOpen == 0) i = NextHead(*this, block, i);
       if (i == block.SectorCount()) break;
@@ -45,7 +44,7 @@ class CKUTxtFileType final : public Detector<CKUTxtFileType> {
       }
       if (fileOpen != 0) CountUnits(sector, sink);
     }
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return fileOpen != 0;
   }
 
  private:

@@ -113,8 +113,7 @@ class CKUtf8TxtFileType final : public SharedClassifier<CKUtf8TxtFileType> {
     return 1;
   }
 
-  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) override {
-    const Block block(rawBlock);
+  bool ScanBlock(const Block& block, IRawHitSink* /*sink*/) {
     TextsOfBlock texts(block);
     for (std::int32_t i = 0; i < block.SectorCount(); ++i) {
       if (fileOpen == 0) i = NextHead(*this, block, i);
@@ -126,7 +125,7 @@ class CKUtf8TxtFileType final : public SharedClassifier<CKUtf8TxtFileType> {
       }
       if (fileOpen != 0 && openRecord.hit.startSector != 0) CountBytes(sector);
     }
-    return static_cast<std::uint32_t>(block.SectorCount());
+    return fileOpen != 0;
   }
 
  private:

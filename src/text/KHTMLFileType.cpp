@@ -61,7 +61,7 @@ class KHTMLFileType final : public HeadTail<KHTMLFileType> {
     const ByteView searched = sector.Bytes().first(static_cast<std::size_t>(sector.Size()) - 1);
     const bool isWide = EncodingOf(sector) == Encoding::kUtf16;
     const ByteView tag = isWide ? ByteView(kWideClosing) : ByteView(kClosing);
-    if (!FindText(searched, tag, LetterCase::kIgnored)) return std::nullopt;
+    if (!Find(searched, tag, 0, LetterCase::kIgnored)) return std::nullopt;
     const std::uint64_t size = (sector.Number() - fileStart + 1) * static_cast<std::uint64_t>(sector.Size());
     return static_cast<std::int64_t>(size - fileSize);
   }

@@ -17,9 +17,12 @@ class KMhtFileType final : public HeadTail<KMhtFileType> {
   static constexpr auto kContentType = Bytes("Content-Type: multipart/related");
   static constexpr auto kBoundary = Bytes("boundary=\"");
 
+  static constexpr std::int32_t kGlance = 64;
+
+  static bool MayBeHead(const std::uint8_t* bytes) { return kWithinFields[bytes[kWithinFirstField]]; }
+
   /// The three header fields stand in the first 64 bytes, in any order.
   bool IsHead(const Sector& sector) {
-    if (!kWithinFields[sector.U8(kWithinFirstField)]) return false;
     const ByteView header = UpToZero(sector.BytesAt(0, 64));
     if (!Find(header, kVersion)) return false;
     if (!Find(header, kContentType)) return false;
@@ -37,7 +40,7 @@ class KMhtFileType final : public HeadTail<KMhtFileType> {
 
   std::optional<std::int64_t> EndIn(const Sector& sector) const {
     constexpr std::size_t kReach = 46;
-    const std::optional<std::size_t> lastTag = FindText(UpToZero(sector.Bytes()), Bytes("</xml>"));
+    const std::optional<std::size_t> lastTag = Find(UpToZero(sector.Bytes()), Bytes("</xml>"));
     if (!lastTag) return std::nullopt;
     const ByteView mark = UpToZero(mimeEndMark);
     const std::optional<std::size_t> found =

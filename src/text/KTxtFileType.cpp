@@ -44,13 +44,14 @@ constexpr std::array<std::uint8_t, 256> kStartByFirstByte = [] {
 }();
 
 constexpr bool EndsDoubleByte(std::uint8_t first, std::uint8_t second) {
-  return second != first && second >= 0xB0 && second <= 0xF7;
+  return static_cast<unsigned>(second != first) &
+         static_cast<unsigned>(static_cast<std::uint8_t>(second - 0xB0) <= 0xF7 - 0xB0);
 }
 
 /// Without a branch, since noise would mislead it.
 bool MayStartText(std::uint8_t first, std::uint8_t second) {
   const unsigned start = kStartByFirstByte[first];
-  const unsigned asDoubleByte = EndsDoubleByte(first, second) ? start >> 1U : 0;
+  const unsigned asDoubleByte = start >> 1U & static_cast<unsigned>(EndsDoubleByte(first, second));
   return ((start | asDoubleByte) & kStarts) != 0;
 }
 
@@ -104,10 +105,12 @@ std::int32_t KTxtFileType::PassShortTexts(const Block& block, std::int32_t index
   for (; index < block.SectorCount(); ++index) {
     const std::uint8_t* const bytes = block.Data() + std::int64_t{index} * block.SectorSize();
     const bool mayStart = MayStartText(bytes[0], bytes[1]);
-    const bool isShort = EndsWithinGlance(bytes) && (kStartByFirstByte[bytes[0]] & kOpensMore) == 0;
-    if (mayStart && !isShort) break;
-    passed += mayStart ? 1 : 0;
-    last = mayStart ? index : last;
+    // Both are worked out, since noise would mislead a branch between them.
+    const unsigned isLong =
+        static_cast<unsigned>(!EndsWithinGlance(bytes)) | (kStartByFirstByte[bytes[0]] & kOpensMore);
+    if ((static_cast<unsigned>(mayStart) & static_cast<unsigned>(isLong != 0)) != 0) break;
+    passed += static_cast<std::int32_t>(mayStart);
+    last = std::max(last, index * static_cast<std::int32_t>(mayStart));
   }
   // What two of them leave behind is what all of them do.
   for (std::int32_t i = std::min(passed, 2); i > 0; --i) PassOver(block[last].Bytes());

@@ -98,7 +98,7 @@ class KXMLFileType final : public HeadTail<KXMLFileType, SharedClassifier<KXMLFi
       return FirstEnd(sector.Bytes(), ByteView(closingTag).first(closingTagLength), Find(sector.Bytes(), Bytes("\0")));
     }
     // A zero unit may begin with the sector's last byte. A tag that doesn't fit its field is never found.
-    const std::optional<std::size_t> zero = FindText(sector.BytesAt(0, size + 1), Bytes("\0\0"));
+    const std::optional<std::size_t> zero = Find(sector.BytesAt(0, size + 1), Bytes("\0\0"));
     const std::size_t tagSize = 2 * std::size_t{closingTagLength};
     return FirstEnd(sector.Bytes(), ByteView(closingTagWide).first(std::min(tagSize, closingTagWide.size())), zero,
                     tagSize <= closingTagWide.size());
@@ -133,7 +133,7 @@ class KXMLFileType final : public HeadTail<KXMLFileType, SharedClassifier<KXMLFi
     closingTagLength = tag.length;
     const std::size_t searched = *startTagEnd + 1;
     // The whole tag ends below offset 4095 of the head.
-    if (const auto found = FindText(head.From(searched, std::max(searched, DocumentHead::kUnits - 1)), tagBytes)) {
+    if (const auto found = Find(head.From(searched, std::max(searched, DocumentHead::kUnits - 1)), tagBytes)) {
       const std::uint64_t tagEnd = searched + *found + tag.length;
       declaredSize = static_cast<std::int64_t>(head.ReadEnd() - 4094 + tagEnd);
     }
@@ -167,7 +167,7 @@ class KXMLFileType final : public HeadTail<KXMLFileType, SharedClassifier<KXMLFi
   static std::optional<std::int64_t> FirstEnd(ByteView sector, ByteView tag, std::optional<std::size_t> zero,
                                               bool tagCanBeFound = true) {
     const std::size_t searched = std::min(sector.size() - 1, zero.value_or(sector.size()) + tag.size());
-    const std::optional<std::size_t> found = tagCanBeFound ? FindText(sector.first(searched), tag) : std::nullopt;
+    const std::optional<std::size_t> found = tagCanBeFound ? Find(sector.first(searched), tag) : std::nullopt;
     if (!found && !zero) return std::nullopt;
     return static_cast<std::int64_t>(found ? *found + tag.size() : *zero);
   }

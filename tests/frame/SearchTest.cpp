@@ -26,22 +26,6 @@ TEST(Find, GivesNoBytesAtOnce) {
 }
 
 TEST(Find, AgreesWithAPlainSearch) {
-  std::mt19937 random(1);
-  for (int round = 0; round < 20000; ++round) {
-    std::vector<std::uint8_t> haystack(random() % 40);
-    std::vector<std::uint8_t> needle(1 + random() % 4);
-    for (std::uint8_t& byte : haystack) byte = random() % 2;
-    for (std::uint8_t& byte : needle) byte = random() % 2;
-    const auto plain = std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end());
-    const std::optional<std::size_t> found = Find(haystack, needle);
-    ASSERT_EQ(found.has_value(), plain != haystack.end());
-    if (found) {
-      ASSERT_EQ(*found, static_cast<std::size_t>(plain - haystack.begin()));
-    }
-  }
-}
-
-TEST(FindText, AgreesWithAPlainSearch) {
   std::mt19937 random(2);
   for (int round = 0; round < 20000; ++round) {
     std::vector<std::uint8_t> haystack(random() % 300);
@@ -49,15 +33,17 @@ TEST(FindText, AgreesWithAPlainSearch) {
     // Letters of both cases, and bytes that differ from others by the bit of the case without being letters.
     const std::uint8_t bytes[] = {'a', 'A', '<', '\x1C', 'z', 'Z', '[', '{'};
     const auto kinds = 2 + random() % 7;
+    const std::size_t from = random() % 4 == 0 ? random() % (haystack.size() + 2) : 0;
     for (std::uint8_t& byte : haystack) byte = bytes[random() % kinds];
     for (std::uint8_t& byte : needle) byte = bytes[random() % kinds];
     for (const LetterCase letterCase : {LetterCase::kCounts, LetterCase::kIgnored}) {
       const auto fold = [&](std::uint8_t byte) {
         return letterCase == LetterCase::kIgnored && byte >= 'A' && byte <= 'Z' ? byte + 0x20 : int{byte};
       };
-      const auto plain = std::search(haystack.begin(), haystack.end(), needle.begin(), needle.end(),
+      const auto begin = haystack.begin() + static_cast<std::ptrdiff_t>(std::min(from, haystack.size()));
+      const auto plain = std::search(begin, haystack.end(), needle.begin(), needle.end(),
                                      [&](std::uint8_t a, std::uint8_t b) { return fold(a) == fold(b); });
-      const std::optional<std::size_t> found = FindText(haystack, needle, letterCase);
+      const std::optional<std::size_t> found = Find(haystack, needle, from, letterCase);
       ASSERT_EQ(found.has_value(), plain != haystack.end());
       if (found) {
         ASSERT_EQ(*found, static_cast<std::size_t>(plain - haystack.begin()));
@@ -66,21 +52,17 @@ TEST(FindText, AgreesWithAPlainSearch) {
   }
 }
 
-TEST(FindText, SeesATextWhereverItStands) {
+TEST(Find, SeesATextWhereverItStands) {
   for (std::size_t size = 7; size < 200; ++size) {
     for (std::size_t offset = 0; offset + 7 <= size; ++offset) {
       std::vector<std::uint8_t> haystack(size, '<');
       const auto needle = Bytes("</hTmL>");
       std::copy(needle.bytes.begin(), needle.bytes.end(), haystack.begin() + static_cast<std::ptrdiff_t>(offset));
-      ASSERT_EQ(FindText(haystack, Bytes("</HTML>"), LetterCase::kIgnored), offset) << size;
-      ASSERT_EQ(FindText(haystack, Bytes("</HTML>")), std::nullopt);
+      ASSERT_EQ(Find(haystack, Bytes("</HTML>"), 0, LetterCase::kIgnored), offset) << size;
+      ASSERT_EQ(Find(haystack, Bytes("</HTML>")), std::nullopt);
     }
   }
 }
-
-TEST(FindText, GivesNoBytesAtOnce) { EXPECT_EQ(FindText(ByteView(), ByteView()), 0U); }
-
-TEST(FindText, GivesNothingForATextLongerThanAll) { EXPECT_EQ(FindText(Bytes("ab"), Bytes("abc")), std::nullopt); }
 
 }  // namespace
 }  // namespace qzmtraw
