@@ -45,14 +45,26 @@ std::vector<std::uint8_t> HeadInEverySector(const Head& head, std::size_t size) 
 OpenFiles FilesWithoutEnd(std::span<const Head> heads, std::span<const std::uint8_t> contents) {
   OpenFiles device;
   // Many kinds don't follow a file that begins at sector 0.
-  device.headsEnd = (1 + heads.size()) * kSectorSize;
-  device.bytes.resize(device.headsEnd);
-  std::size_t sector = kSectorSize;
-  for (const Head& head : heads) {
-    head.WriteTo(std::span(device.bytes).subspan(sector, kSectorSize));
-    sector += kSectorSize;
+  std::vector<std::uint8_t>& bytes = device.bytes;
+  bytes.resize(kSectorSize);
+  const auto append = [&](const Head& head, std::span<const std::uint8_t> filler) {
+    bytes.insert(bytes.end(), filler.begin(), filler.end());
+    head.WriteTo(std::span(bytes).last(kSectorSize));
+  };
+  const std::vector<std::uint8_t> zeros(kSectorSize);
+  for (const Head& head : heads) append(head, zeros);
+  const auto hasZeros = [](const Head& head) {
+    return std::ranges::any_of(head.parts, [](const Head::Part& part) {
+      return part.bytes.find(std::string_view("\0\0", 2)) != std::string_view::npos;
+    });
+  };
+  for (const bool hasZerosNow : {true, false}) {
+    for (const Head& head : heads) {
+      if (hasZeros(head) == hasZerosNow) append(head, contents.first(kSectorSize));
+    }
   }
-  device.bytes.insert(device.bytes.end(), contents.begin(), contents.end());
+  device.headsEnd = bytes.size();
+  bytes.insert(bytes.end(), contents.begin(), contents.end());
   return device;
 }
 

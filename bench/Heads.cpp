@@ -6,6 +6,7 @@
 namespace qzmtraw::bench {
 namespace {
 
+// NOLINTNEXTLINE(misc-unused-using-decls): used in every line of the lists.
 using std::string_view_literals::operator""sv;
 
 constexpr std::array<char, 508> kZeroBytes{};
@@ -135,7 +136,7 @@ const std::vector<Head>& LaboriousHeads() {
       {"eps", {{0, "\xC5\xD0\xD3\xC6"sv}}},
       {"reg", {{0, "\xFF\xFE"sv}, {2, "W\0i\0n\0d\0o\0w\0s\0 \0R\0e\0g\0i\0s\0t\0r\0y\0"sv}}},
       {"ps", {{0, "%!PS-Adobe-"sv}}},
-      {"rtf", {{0, "{\\rtf"sv}}},
+      {"rtf", {{0, R"({\rtf)"sv}}},
       {"utf-16 txt", {{0, "\xFF\xFE"sv}}},
       {"utf-8 txt", {{0, "\xEF\xBB\xBF"sv}}},
       {"pdf", {{0, "%PDF-"sv}, {6, "."sv}}},

@@ -163,6 +163,7 @@ Pass ScanOnce(const std::vector<host::Lane>& lanes, Device& device, double mostS
   for (const host::Lane& lane : lanes) scans.emplace_back(lane, device, lanes.size() > 1);
   std::latch prepared(static_cast<std::ptrdiff_t>(lanes.size()));
   std::vector<std::jthread> threads;
+  threads.reserve(scans.size());
   for (LaneScan& scan : scans) threads.emplace_back([&] { scan.Run(prepared, mostSeconds); });
   threads.clear();
   Pass pass;
@@ -234,31 +235,39 @@ RowTimes MeasureRows(const host::Lane& lane, Device& device) {
   const double look = TicksOfOneLook();
   std::vector<std::uint64_t> ticks(detectors.Count());
   std::uint64_t fetchingTicks = 0;
-  double blockCount = 0;
-  const Clock::time_point start = Clock::now();
-  const std::uint64_t startTicks = Ticks();
-  for (std::size_t position = 0; position < device.bytes.size(); position += kBlockSize) {
+  std::size_t position = 0;
+  const auto nextBlock = [&] {
     const std::span bytes =
         std::span(device.bytes).subspan(position, std::min(kBlockSize, device.bytes.size() - position));
     const RawSectorBlock block{position / kSectorSize, bytes.data(),
                                static_cast<std::int32_t>(bytes.size() / kSectorSize), kSectorSize, &reader};
+    position += bytes.size();
+    return block;
+  };
+  while (position < device.measuredFrom) detectors.Scan(nextBlock());
+  double blockCount = 0;
+  double sectorCount = 0;
+  const Clock::time_point start = Clock::now();
+  const std::uint64_t startTicks = Ticks();
+  while (position < device.bytes.size()) {
+    const RawSectorBlock block = nextBlock();
     std::uint64_t before = Ticks();
     const auto turnEnds = [&](std::uint64_t& sum) {
       const std::uint64_t now = Ticks();
       sum += now - before;
       before = now;
     };
-    Keep(SumOf(bytes));
+    Keep(SumOf({block.data, static_cast<std::size_t>(block.sectorCount) * kSectorSize}));
     turnEnds(fetchingTicks);
     for (std::size_t i = 0; i < detectors.Count(); ++i) {
       detectors.ScanWith(i, block);
       turnEnds(ticks[i]);
     }
     ++blockCount;
+    sectorCount += block.sectorCount;
   }
   const double nanosecondsPerTick =
       SecondsBetween(start, Clock::now()) * 1e9 / static_cast<double>(Ticks() - startTicks);
-  const double sectorCount = static_cast<double>(device.bytes.size() / kSectorSize);
   const auto perSector = [&](std::uint64_t sum) {
     return std::max(0.0, static_cast<double>(sum) - blockCount * look) * nanosecondsPerTick / sectorCount;
   };

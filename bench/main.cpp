@@ -151,7 +151,7 @@ std::vector<Case> Cases(std::string& realFiles) {
                      [&head] { return Device{HeadInEverySector(head, kPlainSize)}; }});
   }
   const std::vector<Head> zip = {{"zip", {{0, "PK\3\4"}}}};
-  cases.push_back({"open files, noise", true, false,
+  cases.push_back({"open files, noise", true, true,
                    [] { return OpenFilesDevice(LaboriousHeads(), NoiseWithoutZeros(kOpenFilesSize)); }});
   cases.push_back(
       {"open files, text", true, false, [] { return OpenFilesDevice(LaboriousHeads(), Text(kOpenFilesSize)); }});
