@@ -11,7 +11,7 @@
 
 namespace qzmtraw::bench {
 
-/// The rate, in bytes per second, at which threads that run at once read memory, each a part of its own that no cache
+/// The rate, in bytes per second of processor time, at which threads that run at once read memory, each a part of its own that no cache
 /// holds. The best of several rounds.
 double MemoryReadRate(std::size_t threadCount);
 
@@ -30,7 +30,7 @@ struct Patience {
   double mostSeconds = 10;
 };
 
-/// The rate, in bytes per second, at which the rows of `lanes` get through a device, each lane on a thread of its own.
+/// The rate, in bytes per second of processor time, at which the rows of `lanes` get through a device, each lane on a thread of its own.
 /// Of several lanes each scans copies of the blocks, as in the tool. Not more than has passed all lanes counts. \param
 /// device  Some detectors write into it where there is a single lane.
 double ScanRate(const std::vector<host::Lane>& lanes, Device& device, const Patience& patience);
@@ -45,7 +45,8 @@ struct RowTimes {
   [[nodiscard]] double Sum() const;
 };
 
-/// Scans a device once and looks at the clock between the turns. What the clock takes is measured and left out.
+/// Looks at the clock between the turns. What the clock takes is measured and left out. Of several scans the least time
+/// counts, for each row.
 RowTimes MeasureRows(const host::Lane& lane, Device& device);
 
 }  // namespace qzmtraw::bench

@@ -148,7 +148,7 @@ void PrintReport(const Results& results, std::size_t rowCount) {
               results.machine.c_str());
   if (results.foreignLoad >= 0) {
     std::printf("Other programs took %.0f %% of the processors meanwhile%s.\n", 100 * results.foreignLoad,
-                results.foreignLoad > 0.05 ? ", so the figures are too low" : "");
+                results.foreignLoad > 0.05 ? ", which spoils the figures" : "");
   }
   std::printf("Memory is read at");
   for (const Column& column : results.columns) {
