@@ -93,44 +93,43 @@ std::vector<File> ChooseFiles(std::vector<File> files, std::size_t size, std::mt
   return files;
 }
 
+/// Appends a file's contents and returns their size, 0 if they can't be read.
+std::size_t AppendFile(const File& file, std::vector<std::uint8_t>& bytes) {
+  const std::size_t start = bytes.size();
+  bytes.resize(start + file.size);
+  std::ifstream stream(file.path, std::ios::binary);
+  stream.read(reinterpret_cast<char*>(bytes.data() + start), static_cast<std::streamsize>(file.size));
+  const auto count = static_cast<std::size_t>(stream.gcount());
+  bytes.resize(start + count);
+  return count;
+}
+
 }  // namespace
 
 RealFiles BuildRealFiles(std::size_t size) {
-  std::vector<File> all;
-  for (const char* folder : {"/usr", "/var/cache/apt/archives"}) AddFilesBelow(folder, all);
-  std::ranges::sort(all, {}, &File::path);
+  std::vector<File> files;
+  for (const char* folder : {"/usr", "/var/cache/apt/archives"}) AddFilesBelow(folder, files);
+  std::ranges::sort(files, {}, &File::path);
+  std::mt19937 random(1);
+  files = ChooseFiles(std::move(files), size, random);
 
   RealFiles image;
   image.bytes.reserve(size + kLargestFile);
-  std::vector<std::size_t> taken(Kinds().size());
-  std::mt19937 random(1);
-  const std::vector<File> files = ChooseFiles(std::move(all), size, random);
-  std::vector<File> order = files;
+  for (const Kind& kind : Kinds()) image.kinds.emplace_back(kind.name, 0);
   while (image.bytes.size() < size) {
-    const std::size_t before = image.bytes.size();
-    for (const File& file : order) {
+    const std::size_t sizeBefore = image.bytes.size();
+    for (const File& file : files) {
       if (image.bytes.size() >= size) break;
-      std::ifstream stream(file.path, std::ios::binary);
-      const std::size_t start = image.bytes.size();
-      image.bytes.resize(start + file.size);
-      stream.read(reinterpret_cast<char*>(image.bytes.data() + start), static_cast<std::streamsize>(file.size));
-      const auto count = static_cast<std::size_t>(std::max<std::streamsize>(0, stream.gcount()));
-      if (count == 0) {
-        image.bytes.resize(start);
-        continue;
-      }
-      taken[file.kind] += count;
+      const std::size_t count = AppendFile(file, image.bytes);
+      if (count == 0) continue;
+      image.kinds[file.kind].second += count;
       ++image.fileCount;
-      const std::size_t sectors = (count + kSectorSize - 1) / kSectorSize + random() % 8;
-      image.bytes.resize(start + count);
-      image.bytes.resize(start + sectors * kSectorSize);
+      if (sizeBefore == 0) ++image.distinctCount;
+      const std::size_t sectors = (image.bytes.size() + kSectorSize - 1) / kSectorSize + random() % 8;
+      image.bytes.resize(sectors * kSectorSize);
     }
-    if (image.bytes.size() == before) break;
-    std::ranges::shuffle(order, random);
-  }
-  image.distinctCount = std::min(image.fileCount, files.size());
-  for (std::size_t kind = 0; kind < taken.size(); ++kind) {
-    image.kinds.emplace_back(Kinds()[kind].name, taken[kind]);
+    if (image.bytes.size() == sizeBefore) break;
+    std::ranges::shuffle(files, random);
   }
   return image;
 }
