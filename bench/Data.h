@@ -31,8 +31,8 @@ struct OpenFiles {
 };
 
 /// A sector for each head, filled up with zeros, then another for each, filled up with the beginning of `contents`, and
-/// `contents` behind them. Some kinds want zeros in their first sector, others end at the first ones they meet; so among
-/// the second sectors those with zeros stand first.
+/// `contents` behind them. Some kinds want zeros in their first sector, others end at the first ones they meet; so
+/// among the second sectors those with zeros stand first.
 OpenFiles FilesWithoutEnd(std::span<const Head> heads, std::span<const std::uint8_t> contents);
 
 /// Replaces the zero bytes of `bytes`, so that no file ends that is ended by some.

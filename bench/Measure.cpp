@@ -9,6 +9,7 @@
 #include <limits>
 #include <numeric>
 #include <thread>
+#include <utility>
 
 #include "bench/Data.h"
 #include "host/Registry.h"
@@ -291,9 +292,8 @@ RowTimes MeasureRows(const host::Lane& lane, Device& device) {
   constexpr int kRounds = 3;
   RowTimes best = MeasureRowsOnce(lane, device);
   for (int round = 1; round < kRounds; ++round) {
-    const RowTimes times = MeasureRowsOnce(lane, device);
-    best.fetching = std::min(best.fetching, times.fetching);
-    for (std::size_t i = 0; i < best.rows.size(); ++i) best.rows[i] = std::min(best.rows[i], times.rows[i]);
+    RowTimes times = MeasureRowsOnce(lane, device);
+    if (times.Sum() < best.Sum()) best = std::move(times);
   }
   return best;
 }

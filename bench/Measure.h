@@ -11,8 +11,8 @@
 
 namespace qzmtraw::bench {
 
-/// The rate, in bytes per second of processor time, at which threads that run at once read memory, each a part of its own that no cache
-/// holds. The best of several rounds.
+/// The rate, in bytes per second of processor time, at which threads that run at once read memory, each a part of its
+/// own that no cache holds. The best of several rounds.
 double MemoryReadRate(std::size_t threadCount);
 
 /// A device in memory.
@@ -30,9 +30,9 @@ struct Patience {
   double mostSeconds = 10;
 };
 
-/// The rate, in bytes per second of processor time, at which the rows of `lanes` get through a device, each lane on a thread of its own.
-/// Of several lanes each scans copies of the blocks, as in the tool. Not more than has passed all lanes counts. \param
-/// device  Some detectors write into it where there is a single lane.
+/// The rate, in bytes per second of processor time, at which the rows of `lanes` get through a device, each lane on a
+/// thread of its own. Of several lanes each scans copies of the blocks, as in the tool. Not more than has passed all
+/// lanes counts. \param device  Some detectors write into it where there is a single lane.
 double ScanRate(const std::vector<host::Lane>& lanes, Device& device, const Patience& patience);
 
 /// What a device costs, in nanoseconds per sector.
@@ -45,8 +45,8 @@ struct RowTimes {
   [[nodiscard]] double Sum() const;
 };
 
-/// Looks at the clock between the turns. What the clock takes is measured and left out. Of several scans the least time
-/// counts, for each row.
+/// Looks at the clock between the turns. What the clock takes is measured and left out. Of several scans the one
+/// that took least counts.
 RowTimes MeasureRows(const host::Lane& lane, Device& device);
 
 }  // namespace qzmtraw::bench
