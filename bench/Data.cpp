@@ -3,26 +3,10 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
-#include <ctime>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <random>
 #include <string_view>
 
 namespace qzmtraw::bench {
-
-namespace {
-
-constexpr std::size_t kSectorSize = 512;
-
-void AppendFile(const std::filesystem::path& path, std::vector<std::uint8_t>& bytes) {
-  std::ifstream file(path, std::ios::binary);
-  bytes.insert(bytes.end(), std::istreambuf_iterator<char>(file), {});
-  bytes.resize((bytes.size() + kSectorSize - 1) / kSectorSize * kSectorSize);
-}
-
-}  // namespace
 
 std::vector<std::uint8_t> Zeros(std::size_t size) { return std::vector<std::uint8_t>(size); }
 
@@ -50,48 +34,40 @@ std::vector<std::uint8_t> Text(std::size_t size) {
   return bytes;
 }
 
-std::vector<std::uint8_t> RealFiles(std::size_t size) {
-  std::vector<std::uint8_t> bytes;
-  bytes.reserve(size + (std::size_t{64} << 20));
-  constexpr std::uintmax_t kLargestFile = 16 << 20;
-  for (const char* folder : {"/usr/share/doc", "/usr/bin", "/usr/include", "/usr/share", "/usr/lib"}) {
-    const std::size_t share = bytes.size() + size / 5;
-    std::vector<std::filesystem::path> paths;
-    std::error_code error;
-    for (std::filesystem::recursive_directory_iterator it(
-             folder, std::filesystem::directory_options::skip_permission_denied, error);
-         it != std::filesystem::recursive_directory_iterator() && paths.size() < 20000; it.increment(error)) {
-      if (error) break;
-      if (it->is_regular_file(error) && !it->is_symlink(error) && it->file_size(error) <= kLargestFile) {
-        paths.push_back(it->path());
-      }
-    }
-    std::sort(paths.begin(), paths.end());
-    std::shuffle(paths.begin(), paths.end(), std::mt19937(1));
-    for (auto path = paths.begin(); path != paths.end() && bytes.size() < std::min(share, size); ++path) {
-      AppendFile(*path, bytes);
-    }
+std::vector<std::uint8_t> HeadInEverySector(const Head& head, std::size_t size) {
+  std::vector<std::uint8_t> bytes = Noise(size);
+  for (std::size_t sector = 0; sector + kSectorSize <= size; sector += kSectorSize) {
+    head.WriteTo(std::span(bytes).subspan(sector, kSectorSize));
   }
   return bytes;
 }
 
-double MemoryReadRate(const std::vector<std::uint8_t>& bytes) {
-  double best = 0;
-  for (int round = 0; round < 5; ++round) {
-    const std::clock_t start = std::clock();
-    std::array<std::uint64_t, 8> sums{};
-    for (std::size_t i = 0; i + sizeof sums <= bytes.size(); i += sizeof sums) {
-      std::array<std::uint64_t, 8> words;
-      std::memcpy(words.data(), bytes.data() + i, sizeof words);
-      for (std::size_t k = 0; k < words.size(); ++k) sums[k] += words[k];
+OpenFiles FilesWithoutEnd(std::span<const Head> heads, std::span<const std::uint8_t> contents) {
+  OpenFiles device;
+  // Many kinds don't follow a file that begins at sector 0.
+  std::vector<std::uint8_t>& bytes = device.bytes;
+  bytes.resize(kSectorSize);
+  const auto append = [&](const Head& head, std::span<const std::uint8_t> filler) {
+    bytes.insert(bytes.end(), filler.begin(), filler.end());
+    head.WriteTo(std::span(bytes).last(kSectorSize));
+  };
+  const std::vector<std::uint8_t> zeros(kSectorSize);
+  for (const Head& head : heads) append(head, zeros);
+  const auto hasZeros = [](const Head& head) {
+    return std::ranges::any_of(head.parts, [](const Head::Part& part) {
+      return part.bytes.find(std::string_view("\0\0", 2)) != std::string_view::npos;
+    });
+  };
+  for (const bool hasZerosNow : {true, false}) {
+    for (const Head& head : heads) {
+      if (hasZeros(head) == hasZerosNow) append(head, contents.first(kSectorSize));
     }
-    const double seconds = static_cast<double>(std::clock() - start) / CLOCKS_PER_SEC;
-    // The sums are needed, or nothing is read.
-    volatile std::uint64_t keep = 0;
-    for (const std::uint64_t sum : sums) keep = keep + sum;
-    best = std::max(best, static_cast<double>(bytes.size()) / seconds);
   }
-  return best;
+  device.headsEnd = bytes.size();
+  bytes.insert(bytes.end(), contents.begin(), contents.end());
+  return device;
 }
+
+void RemoveZeros(std::span<std::uint8_t> bytes) { std::ranges::replace(bytes, std::uint8_t{0}, std::uint8_t{0xA7}); }
 
 }  // namespace qzmtraw::bench

@@ -3,20 +3,40 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
+#include <string>
 #include <vector>
+
+#include "bench/Heads.h"
 
 namespace qzmtraw::bench {
 
-/// What a device may hold. Each function makes about `size` bytes, a whole number of 512-byte sectors.
+inline constexpr std::size_t kMebibyte = std::size_t{1} << 20U;
+inline constexpr std::size_t kSectorSize = 512;
+
+/// What a device may hold. Each function makes `size` bytes, always the same.
 std::vector<std::uint8_t> Zeros(std::size_t size);
 std::vector<std::uint8_t> Noise(std::size_t size);
+/// Lines of words and numbers.
 std::vector<std::uint8_t> Text(std::size_t size);
-/// Files of this machine's own programs and documentation, each at a sector's start. Less than `size` bytes where the
-/// machine has no more.
-std::vector<std::uint8_t> RealFiles(std::size_t size);
 
-/// The best rate, in bytes per second of processor time, at which one core reads `bytes`.
-double MemoryReadRate(const std::vector<std::uint8_t>& bytes);
+/// Noise of which every sector begins with `head`.
+std::vector<std::uint8_t> HeadInEverySector(const Head& head, std::size_t size);
+
+/// A device that opens files and then goes on with other contents.
+struct OpenFiles {
+  std::vector<std::uint8_t> bytes;
+  /// Up to here stand the sectors that open the files.
+  std::size_t headsEnd = 0;
+};
+
+/// A sector for each head, filled up with zeros, then another for each, filled up with the beginning of `contents`, and
+/// `contents` behind them. Some kinds want zeros in their first sector, others end at the first ones they meet; so
+/// among the second sectors those with zeros stand first.
+OpenFiles FilesWithoutEnd(std::span<const Head> heads, std::span<const std::uint8_t> contents);
+
+/// Replaces the zero bytes of `bytes`, so that no file ends that is ended by some.
+void RemoveZeros(std::span<std::uint8_t> bytes);
 
 }  // namespace qzmtraw::bench
 
