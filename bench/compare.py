@@ -429,9 +429,9 @@ def signal_children(pid, number):
 
 
 def watch(command, out):
-    """Runs a command to its end or to a limit. Returns its wall and CPU seconds, its peak memory, and why it was stopped.
+    """Runs a command to its end or to a limit. Tells wall and CPU seconds, peak memory, and why it was stopped if so.
 
-    The measures are those of time(1): what is started from here would count this program's own memory for the new one's.
+    The measures are those of time(1): what is started from here would have this program's own memory counted as its.
     """
     free_before = free_bytes()
     stopped = None
@@ -580,7 +580,8 @@ def tables(folder):
         last = all_of_it[-1]
         count = collections.Counter(last["grades"][place] for place in others)
         found = count[EXACT] + count[COMPLETE] + count[STARTED]
-        wall, cpu, memory = (statistics.median(result[key] for result in all_of_it) for key in ("wall", "cpu", "memory"))
+        measures = ("wall", "cpu", "memory")
+        wall, cpu, memory = (statistics.median(result[key] for result in all_of_it) for key in measures)
         complete, exact = count[EXACT] + count[COMPLETE], count[EXACT]
         tells_sizes = any(worth < STARTED for worth in last["grades"])
         return [
@@ -596,9 +597,9 @@ def tables(folder):
     yield from machine()
     yield ""
     yield (
-        f"The image: {size / 2**20:.0f} MiB with {len(files)} files of {total / 2**20:.0f} MiB, of which {tests} are the"
-        " tests' and not counted in the first table. Runs of each program: "
-        + " or ".join(sorted({str(len(found)) for found in results.values()})) + "; times are medians."
+        f"The image: {size / 2**20:.0f} MiB with {len(files)} files of {total / 2**20:.0f} MiB, of which {tests} are"
+        " the tests' and not counted in the first table. Runs of each program: "
+        + " to ".join(sorted({str(len(found)) for found in results.values()})) + "; times are medians."
     )
     yield ""
     names = [name for name in everything if name in results]
