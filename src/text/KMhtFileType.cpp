@@ -19,7 +19,9 @@ class KMhtFileType final : public HeadTail<KMhtFileType> {
 
   static constexpr std::int32_t kGlance = 64;
 
-  static bool MayBeHead(const std::uint8_t* bytes) { return kWithinFields[bytes[kWithinFirstField]]; }
+  static bool MayBeHead(const std::uint8_t* bytes) {
+    return (kFirstFieldHas[0][bytes[kWithinFirstField]] & kFirstFieldHas[1][bytes[kWithinFirstField + kFurther]]) != 0;
+  }
 
   /// The three header fields stand in the first 64 bytes, in any order.
   bool IsHead(const Sector& sector) {
@@ -51,14 +53,18 @@ class KMhtFileType final : public HeadTail<KMhtFileType> {
 
  private:
   /// The fields' names leave six of the 64 bytes free, and the shortest has ten bytes. So this offset lies in the first
-  /// one, at most this far behind its start.
+  /// one, at most this far behind its start, and so does the one three bytes further.
   static constexpr std::size_t kWithinFirstField = 6;
-  static constexpr std::array<bool, 256> kWithinFields = [] {
-    std::array<bool, 256> within{};
+  static constexpr std::size_t kFurther = 3;
+  /// The bytes that may stand at these two offsets.
+  static constexpr auto kFirstFieldHas = [] {
+    std::array<std::array<std::uint8_t, 256>, 2> has{};
     for (std::size_t i = 0; i <= kWithinFirstField; ++i) {
-      within[kVersion.bytes[i]] = within[kContentType.bytes[i]] = within[kBoundary.bytes[i]] = true;
+      for (const ByteView field : {ByteView(kVersion), ByteView(kContentType), ByteView(kBoundary)}) {
+        has[0][field[i]] = has[1][field[i + kFurther]] = 1;
+      }
     }
-    return within;
+    return has;
   }();
 
   static constexpr auto kClosing = Bytes("--");
