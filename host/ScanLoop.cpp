@@ -55,6 +55,12 @@ class Scan {
 
   FindQueue::Batch Take() { return queue_.Take(kPatience); }
 
+  /// The lanes end behind the blocks that they are at.
+  void Stop() {
+    queue_.Stop();
+    pieces_.Stop();
+  }
+
   /// Waits for the threads and throws what one of them has thrown.
   void Finish() {
     threads_.clear();
@@ -68,11 +74,6 @@ class Scan {
       if (failures_.HasAny()) Stop();
       queue_.Leave();
     }));
-  }
-
-  void Stop() {
-    queue_.Stop();
-    pieces_.Stop();
   }
 
   /// The work of a lane.
@@ -124,7 +125,11 @@ ScanOutcome Listen(Device& device, Scan& scan, const FindTaker& take, const Scan
   ScanOutcome outcome;
   std::uint64_t findCount = 0;
   bool isLast = false;
-  while (watch(outcome.sectorsDone, findCount)) {
+  while (true) {
+    if (!outcome.isInterrupted && !watch(outcome.sectorsDone, findCount)) {
+      outcome.isInterrupted = true;
+      scan.Stop();
+    }
     if (isLast) return outcome;
     const FindQueue::Batch batch = scan.Take();
     for (const Find& find : batch.finds) take(find);
@@ -132,8 +137,6 @@ ScanOutcome Listen(Device& device, Scan& scan, const FindTaker& take, const Scan
     outcome.sectorsDone = std::min(batch.blocksDone * kSectorsPerBlock, device.SectorCount());
     isLast = batch.isLast;
   }
-  outcome.isInterrupted = true;
-  return outcome;
 }
 
 }  // namespace
@@ -147,7 +150,7 @@ ScanOutcome RunScan(Device& device, const std::vector<DetectorLane>& lanes, cons
   Prepare(lanes, device);
   Scan scan(device, lanes, memory);
   const ScanOutcome outcome = Listen(device, scan, take, watch);
-  if (!outcome.isInterrupted) scan.Finish();
+  scan.Finish();
   return outcome;
 }
 

@@ -49,7 +49,7 @@ using ScanWatch = std::function<bool(std::uint64_t sectorsDone, std::uint64_t fi
 struct ScanOutcome {
   /// All detectors have seen these, and what they found there was handed over.
   std::uint64_t sectorsDone = 0;
-  /// The watch asked to stop.
+  /// The watch asked to stop before the end.
   bool isInterrupted = false;
 };
 
