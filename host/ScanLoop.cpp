@@ -8,6 +8,7 @@
 
 #include "host/FindQueue.h"
 #include "host/FindSink.h"
+#include "host/Lanes.h"
 #include "host/ReadAhead.h"
 #include "host/SectorReader.h"
 #include "host/Threads.h"
@@ -102,13 +103,14 @@ class Scan {
     }
   }
 
-  /// The memory of a block for one lane. Detectors may write into it, so each of several lanes gets a copy, in `copy`.
+  /// The memory of a block for one lane. Where detectors may write into it each of several lanes gets a copy, in
+  /// `copy`.
   std::uint8_t* BlockMemory(Piece& piece, std::uint64_t sector, std::uint64_t sectorCount,
                             std::vector<std::uint8_t>& copy) const {
     const std::span bytes = std::span(piece.bytes)
                                 .subspan(static_cast<std::size_t>(sector * device_.SectorSize()),
                                          static_cast<std::size_t>(sectorCount * device_.SectorSize()));
-    if (!hasSeveralLanes_) return bytes.data();
+    if (!hasSeveralLanes_ || !MayBeWrittenInto(bytes, device_.SectorSize())) return bytes.data();
     copy.assign(bytes.begin(), bytes.end());
     return copy.data();
   }

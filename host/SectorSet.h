@@ -19,8 +19,8 @@ struct SectorRange {
 };
 
 /// A set of sectors of a device. However many there are it takes hardly any memory: it is a temporary file with a bit
-/// for each sector, and holes where no bit is set. Without sectors there is no file. For one thread at a time, even where
-/// it is const.
+/// for each sector, and holes where no bit is set. Without sectors there is no file. For one thread at a time, even
+/// where it is const.
 class SectorSet {
  public:
   /// Adds sectors; those that are in the set already change nothing. The range must not wrap around. Throws Failure

@@ -373,7 +373,7 @@ TEST_F(FaultsToolTest, FindsAreWrittenWhileTheScanGoesOn) {
 }
 
 TEST_F(FaultsToolTest, ManyFindsStayWithinTheMemory) {
-  ToolSetup setup = With(FillWithHeads(512 * kMiB));
+  ToolSetup setup = With(FillWithHeads(640 * kMiB));
   setup.outputPath = "/dev/null";
   const ToolResult result = RunTool({"scan", image, "--types", "ace", "--memory", "32MiB"}, setup);
   EXPECT_EQ(result.exitCode, 0) << result.err;
