@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 
+#include "host/Error.h"
 #include "host/Text.h"
 
 namespace qzmtraw::host {
@@ -31,7 +32,8 @@ Device::Device(ISource& source, std::uint32_t sectorSize)
     : source_(source),
       size_(source.Size()),
       sectorSize_(sectorSize),
-      sectorCount_(size_ / sectorSize + (size_ % sectorSize != 0 ? 1 : 0)) {}
+      sectorCount_(size_ / sectorSize + (size_ % sectorSize != 0 ? 1 : 0)),
+      endSector_(sectorCount_) {}
 
 bool Device::Read(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop) {
   const std::uint64_t wanted = into.size() / sectorSize_;
@@ -39,7 +41,7 @@ bool Device::Read(std::uint64_t startSector, std::span<std::uint8_t> into, const
   const auto inside = into.first(static_cast<std::size_t>(present * sectorSize_));
   std::ranges::fill(into.subspan(inside.size()), std::uint8_t{0});
   if (inside.empty()) return present == wanted;
-  const bool isRead = (!IsKnownUnreadable(startSector, present) && ReadSectors(startSector, inside)) ||
+  const bool isRead = (!IsKnownUnreadable({startSector, present}) && ReadSectors(startSector, inside)) ||
                       ReadOneByOne(startSector, inside, stop);
   return isRead && present == wanted;
 }
@@ -59,32 +61,57 @@ bool Device::ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into
     done += result.count;
   } while (done < wanted && result.count != 0 && result.error == 0);
   std::ranges::fill(into.subspan(done), std::uint8_t{0});
+  if (done < wanted && result.error == 0) SetEnd((offset + done) / sectorSize_);
   if (done < wanted && !IsLocal(result.error)) {
-    SetLost("reading at byte " + std::to_string(offset + done) + " failed: " + ErrorText(result.error));
+    SetLost("reading at byte " + std::to_string(offset + done) + " failed: " + ErrorText(result.error) +
+            ": see whether the drive is still connected");
   }
   return done == wanted;
 }
 
 bool Device::ReadOneByOne(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop) {
+  SectorRange missing{startSector, 0};
   bool isComplete = true;
   for (std::uint64_t sector = startSector; !into.empty(); ++sector, into = into.subspan(sectorSize_)) {
     if (isLost_ || (stop && stop())) {
       std::ranges::fill(into, std::uint8_t{0});
-      return false;
+      isComplete = false;
+      break;
     }
     const auto bytes = into.first(sectorSize_);
-    if (!IsKnownUnreadable(sector, 1) && ReadSectors(sector, bytes)) continue;
+    if (!IsKnownUnreadable({sector, 1}) && ReadSectors(sector, bytes)) continue;
     std::ranges::fill(bytes, std::uint8_t{0});
     isComplete = false;
-    const std::scoped_lock lock(mutex_);
-    if (!isLost_) unreadable_.Add(sector);
+    if (isLost_) continue;
+    if (sector != missing.first + missing.count) {
+      AddUnreadable(missing);
+      missing = {sector, 0};
+    }
+    ++missing.count;
   }
+  AddUnreadable(missing);
   return isComplete;
 }
 
-bool Device::IsKnownUnreadable(std::uint64_t startSector, std::uint64_t count) const {
+bool Device::IsKnownUnreadable(const SectorRange& sectors) const {
+  if (sectors.first + sectors.count > endSector_) return true;
   const std::scoped_lock lock(mutex_);
-  return unreadable_.Overlaps(startSector, count);
+  return unreadable_.Overlaps(sectors);
+}
+
+/// Without room to remember them the sectors are as good as lost, and so is what lies behind them.
+void Device::AddUnreadable(const SectorRange& sectors) {
+  try {
+    const std::scoped_lock lock(mutex_);
+    unreadable_.Add(sectors);
+  } catch (const Failure& failure) {
+    SetLost(failure.what());
+  }
+}
+
+void Device::SetEnd(std::uint64_t sector) {
+  const std::scoped_lock lock(mutex_);
+  endSector_ = std::min<std::uint64_t>(endSector_, sector);
 }
 
 void Device::SetLost(const std::string& reason) {

@@ -8,7 +8,7 @@
 #include <span>
 #include <string>
 
-#include "host/SectorRanges.h"
+#include "host/SectorSet.h"
 #include "host/Source.h"
 
 namespace qzmtraw::host {
@@ -33,33 +33,37 @@ class Device {
   [[nodiscard]] std::uint64_t SectorCount() const { return sectorCount_; }
 
   /// Fills `into` with the sectors from `startSector` on. Where the source reports an error, reads sector by sector,
-  /// remembers the sectors that can't be read and doesn't try them again.
-  /// \param into  A whole number of sectors, or empty.
-  /// \return Whether all of these sectors exist and were read.
+  /// remembers the sectors that can't be read and doesn't try them again. Nor does it try what lies behind a place
+  /// where the source turned out to end early. Without room to remember, the source counts as lost. \param into  A
+  /// whole number of sectors, or empty. \return Whether all of these sectors exist and were read.
   bool Read(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop = {});
 
   /// The sectors that could not be read so far. Not while other threads read.
-  [[nodiscard]] const SectorRanges& Unreadable() const { return unreadable_; }
+  [[nodiscard]] const SectorSet& Unreadable() const { return unreadable_; }
 
   /// Whether the source as a whole gives nothing any more, such as a drive that was unplugged.
   [[nodiscard]] bool IsLost() const { return isLost_; }
 
-  /// Empty, or why the source is lost. Not while other threads read.
+  /// Empty, or why the source is lost and at which byte. Not while other threads read.
   [[nodiscard]] const std::string& Loss() const { return loss_; }
 
  private:
   bool ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into);
   bool ReadOneByOne(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop);
-  bool IsKnownUnreadable(std::uint64_t startSector, std::uint64_t count) const;
+  [[nodiscard]] bool IsKnownUnreadable(const SectorRange& sectors) const;
+  void AddUnreadable(const SectorRange& sectors);
+  void SetEnd(std::uint64_t sector);
   void SetLost(const std::string& reason);
 
   ISource& source_;
   std::uint64_t size_;
   std::uint32_t sectorSize_;
   std::uint64_t sectorCount_;
+  /// From this sector on the source turned out to have nothing.
+  std::atomic<std::uint64_t> endSector_;
   /// Guards what follows it.
   mutable std::mutex mutex_;
-  SectorRanges unreadable_;
+  SectorSet unreadable_;
   std::string loss_;
   std::atomic<bool> isLost_ = false;
 };

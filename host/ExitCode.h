@@ -10,9 +10,10 @@ enum class ExitCode : int {
   kFailed = 1,
   /// The command line makes no sense.
   kUsage = 2,
-  /// Everything was done, but some sectors of the source could not be read and were taken as zeros.
+  /// Everything was done, but some sectors of the source could not be read and were taken as zeros, or the source is
+  /// now of another size than it was at the start.
   kUnreadable = 3,
-  /// Stopped by SIGINT or SIGTERM. What was found so far has been listed.
+  /// Stopped by a signal: SIGINT, SIGTERM or SIGHUP. What was found so far has been listed.
   kInterrupted = 130,
 };
 

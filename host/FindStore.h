@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <vector>
 
 #include "host/Find.h"
@@ -14,16 +15,44 @@ namespace qzmtraw::host {
 
 /// Keeps any number of finds in a fixed amount of memory and gives them back in the order of ComesBefore: Add them all,
 /// Sort, and then read them with cursors. Those for which the memory doesn't do wait in a temporary file, in sorted
-/// runs that are merged.
+/// runs, which cursors merge.
 class FindStore {
+ private:
+  /// Sorted finds in the file.
+  struct Run {
+    std::uint64_t first = 0;
+    std::uint64_t count = 0;
+    /// How often its finds were merged.
+    int level = 0;
+  };
+
+  /// Reads a run from front to back.
+  class RunReader {
+   public:
+    /// \param bufferSize  How many finds are read at a time.
+    RunReader(const TemporaryFile& file, const Run& run, std::size_t bufferSize)
+        : file_(&file), next_(run.first), end_(run.first + run.count), bufferSize_(bufferSize) {}
+    std::optional<Find> Next();
+
+   private:
+    const TemporaryFile* file_;
+    /// The next find and the one behind the last, counted from the start of the file.
+    std::uint64_t next_;
+    std::uint64_t end_;
+    std::size_t bufferSize_;
+    /// What was read of the file ahead of `next_`, from its place `used_` on.
+    std::vector<Find> buffer_;
+    std::size_t used_ = 0;
+  };
+
  public:
   /// \param memory  In bytes.
   explicit FindStore(std::size_t memory);
 
-  /// Throws Failure when the temporary file can't take more.
+  /// Throws Failure when the temporary file can't take more. The finds that were added before are still there then.
   void Add(const Find& find);
 
-  /// Comes once, behind the last Add.
+  /// Comes once, behind the last Add. Needs no room.
   void Sort();
 
   /// How many there are.
@@ -34,35 +63,29 @@ class FindStore {
    public:
     /// \param store  Must be sorted and live as long as the cursor.
     explicit Cursor(const FindStore& store);
-    /// The next find, or none behind the last.
+    /// The next find, or none behind the last. Throws Failure when the temporary file can't be read.
     std::optional<Find> Next();
 
    private:
     friend FindStore;
-    Cursor(const TemporaryFile& file, std::uint64_t first, std::uint64_t count, std::size_t bufferSize);
+    /// The first find of a run that wasn't taken yet, and the run.
+    struct Head {
+      Find find;
+      std::size_t run;
+    };
 
-    /// None: the finds are in memory.
-    const TemporaryFile* file_ = nullptr;
-    /// The next find and the one behind the last, counted from the start of the file or of the memory.
-    std::uint64_t next_ = 0;
-    std::uint64_t end_ = 0;
-    const std::vector<Find>* memory_ = nullptr;
-    /// What was read of the file ahead of `next_`, from its place `used_` on.
-    std::vector<Find> buffer_;
-    std::size_t bufferSize_ = 0;
-    std::size_t used_ = 0;
+    /// Merges the finds of `runs` and of `memory`.
+    Cursor(std::vector<RunReader> runs, std::span<const Find> memory);
+    void Advance(std::size_t run);
+
+    std::vector<RunReader> runs_;
+    std::span<const Find> memory_;
+    /// A heap with the next find at its front.
+    std::vector<Head> heads_;
   };
 
  private:
-  /// Sorted finds in the file.
-  struct Run {
-    std::uint64_t first = 0;
-    std::uint64_t count = 0;
-    /// How often its finds were merged.
-    int level = 0;
-  };
-
-  void SortMemory();
+  std::vector<RunReader> ReadersFrom(std::size_t firstRun, std::size_t bufferSize) const;
   void Spill();
   void MergeFrom(std::size_t firstRun);
   [[nodiscard]] std::uint64_t Append(std::uint64_t place, const std::vector<Find>& finds);

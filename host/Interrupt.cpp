@@ -18,8 +18,11 @@ void CatchSignals() {
   struct sigaction action {};
   action.sa_handler = SetMark;
   action.sa_flags = static_cast<int>(SA_RESETHAND);
-  sigaction(SIGINT, &action, nullptr);
-  sigaction(SIGTERM, &action, nullptr);
+  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+    struct sigaction before {};
+    sigaction(signal, nullptr, &before);
+    if (before.sa_handler != SIG_IGN) sigaction(signal, &action, nullptr);
+  }
 
   struct sigaction ignore {};
   ignore.sa_handler = SIG_IGN;

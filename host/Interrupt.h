@@ -3,8 +3,9 @@
 
 namespace qzmtraw::host {
 
-/// From now on the first SIGINT or SIGTERM only sets a mark, so that the work can end in order; a second one ends the
-/// process. Writing to a closed pipe or beyond a limit of file size becomes an error instead of a signal.
+/// From now on the first SIGINT, SIGTERM or SIGHUP only sets a mark, so that the work can end in order; a second one of
+/// its kind ends the process. Those that the process was started to ignore, as nohup does, stay ignored. Writing to a
+/// closed pipe or beyond a limit of file size becomes an error instead of a signal.
 void CatchSignals();
 
 /// Whether such a signal has come.

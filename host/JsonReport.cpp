@@ -11,14 +11,6 @@ std::string PathText(const std::string& path) { return IsUtf8(path) ? path : Pri
 
 Json SizeOrNull(std::uint64_t size) { return size == 0 ? Json(nullptr) : Json(size); }
 
-Json RangesOf(const SectorRanges& sectors) {
-  Json ranges = Json::array();
-  for (const auto& [first, end] : sectors.Ranges()) {
-    ranges.push_back(Json{{"start_sector", first}, {"sectors", end - first}});
-  }
-  return ranges;
-}
-
 }  // namespace
 
 void JsonReport::Begin(const SourceInfo& source) {
@@ -59,19 +51,29 @@ void JsonReport::Add(const FindRecord& record) {
   out_ << JsonLine(line);
 }
 
-void JsonReport::End(const Summary& summary) {
+void JsonReport::End(const Summary& summary, const SectorSet& unreadable) {
   Json line;
   line["type"] = "summary";
   line["finds"] = summary.findCount;
   line["finds_by_extension"] = summary.findsByExtension;
   line["bytes"] = summary.bytesScanned;
   line["seconds"] = summary.seconds;
-  line["unreadable_sectors"] = summary.unreadable.SectorCount();
-  line["unreadable_ranges"] = RangesOf(summary.unreadable);
+  line["size_at_end"] = summary.sizeAtEnd;
   if (summary.filesWritten) line["files_written"] = *summary.filesWritten;
   line["interrupted"] = summary.isInterrupted;
   line["error"] = summary.error.empty() ? Json(nullptr) : Json(PathText(summary.error));
-  out_ << JsonLine(line);
+  line["unreadable_sectors"] = unreadable.Count();
+  // There may be more ranges than fit into memory, so they are written one by one.
+  std::string text = JsonLine(line);
+  text.resize(text.rfind('}'));
+  out_ << text << R"(,"unreadable_ranges":[)";
+  SectorSet::Cursor ranges(unreadable);
+  const char* separator = "";
+  while (const auto range = ranges.Next()) {
+    out_ << separator << R"({"start_sector":)" << range->first << R"(,"sectors":)" << range->count << '}';
+    separator = ",";
+  }
+  out_ << "]}\n";
 }
 
 }  // namespace qzmtraw::host

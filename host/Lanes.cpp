@@ -2,8 +2,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 #include <map>
 #include <string>
+#include <string_view>
 
 namespace qzmtraw::host {
 namespace {
@@ -11,6 +13,11 @@ namespace {
 /// The kinds LightWave (lwo), Maya (mb) and Shape (shp) reverse a field where it stands, for the rows behind them to
 /// see: 130 (mb) the one that 17 (mb) has read.
 constexpr std::array<std::int32_t, 3> kWritingRows = {127, 130, 140};
+
+/// They do so only in sectors that start like their kind: with an IFF form of either sort, or with the code of shapes.
+constexpr std::size_t kStartSize = 4;
+constexpr std::array<std::string_view, 3> kWrittenStarts = {"FORM", "FOR4",
+                                                            std::string_view("\0\0\x27\x0A", kStartSize)};
 
 /// What rows cost that take longer than others, in multiples of what most of them cost; a group by any row of it, for
 /// all its rows together. Measured on blocks of noise and of a system's files, and the mean taken. It decides about the
@@ -77,6 +84,15 @@ std::vector<Lane> DealRows(std::span<const std::int32_t> rows, const TypeCatalog
     std::ranges::sort(lane, {}, &LaneRow::row);
   }
   return lanes;
+}
+
+bool MayBeWrittenInto(std::span<const std::uint8_t> block, std::uint32_t sectorSize) {
+  for (; block.size() >= kStartSize; block = block.subspan(std::min<std::size_t>(sectorSize, block.size()))) {
+    for (const std::string_view start : kWrittenStarts) {
+      if (std::memcmp(block.data(), start.data(), kStartSize) == 0) return true;
+    }
+  }
+  return false;
 }
 
 bool WritesIntoBlocks(std::int32_t row) { return std::ranges::find(kWritingRows, row) != kWritingRows.end(); }

@@ -33,6 +33,10 @@ std::vector<Lane> DealRows(std::span<const std::int32_t> rows, const TypeCatalog
 /// Whether the row's detector writes into the memory of blocks.
 bool WritesIntoBlocks(std::int32_t row);
 
+/// Whether such a row may write into a block with these bytes. Most blocks stay as they are.
+/// \param sectorSize  In bytes, at least 1.
+bool MayBeWrittenInto(std::span<const std::uint8_t> block, std::uint32_t sectorSize);
+
 }  // namespace qzmtraw::host
 
 #endif  // QZMTRAW_HOST_LANES_H

@@ -13,7 +13,7 @@ namespace {
 constexpr std::uint64_t kOwnMemory = std::uint64_t{24} << 20U;
 
 /// More pieces don't make the reading smoother, and leave the caches.
-constexpr std::uint64_t kMostPieces = 16;
+constexpr std::uint64_t kMostPieces = 4;
 
 /// So many finds can be sorted at a time that more doesn't make it faster.
 constexpr std::uint64_t kMostStoreMemory = std::uint64_t{1} << 30U;

@@ -9,8 +9,9 @@
 
 namespace qzmtraw::host {
 
-/// A new file that is written from front to back. It stays only if it was finished: an object that goes without Finish
-/// removes its file, so that what lies in the output directory is always whole.
+/// A new file that is written from front to back. Until it is finished it bears a name with ".part" at the end: an
+/// object that goes without Finish removes its file, and when the process is killed nothing that isn't whole stands
+/// under the file's own name.
 class OutputFile {
  public:
   /// \param folder  Open directory of the file; must stay open as long as the object lives.
@@ -27,17 +28,19 @@ class OutputFile {
   /// Throws Failure when the disk is full or fails.
   void Write(std::span<const std::uint8_t> bytes);
 
-  /// Makes the file permanent. Throws Failure like Write.
+  /// Makes the file permanent and gives it its name. Throws Failure like Write.
   void Finish();
 
   [[nodiscard]] const std::string& Path() const { return path_; }
 
  private:
   void WriteAll(std::span<const std::uint8_t> bytes);
+  [[noreturn]] void FailToCreate(int error) const;
   [[noreturn]] void Fail(int error) const;
 
   int folder_;
   std::string name_;
+  std::string partName_;
   std::string path_;
   std::uint64_t length_;
   std::uint64_t written_ = 0;

@@ -2,13 +2,16 @@
 #define QZMTRAW_HOST_OUTPUT_STREAM_H
 
 #include <array>
+#include <climits>
+#include <cstdint>
 #include <ostream>
 #include <streambuf>
 
 namespace qzmtraw::host {
 
-/// A stream into an open file, such as the standard output. Writing or flushing throws Failure, with the reason, as
-/// soon as the file takes no more; what is still buffered is then dropped.
+/// A stream of lines into the standard output. Lines are written whole, so that who reads them gets no half of one
+/// when the tool is killed; only those that are too long for that are written in parts. Writing or flushing throws
+/// Failure, with the reason, as soon as the file takes no more; what is still buffered is then dropped.
 class OutputStream final : public std::ostream {
  public:
   /// \param descriptor  Stays the caller's.
@@ -24,10 +27,12 @@ class OutputStream final : public std::ostream {
     int sync() override;
 
    private:
-    void Drain();
+    void Drain(const char* end);
 
     int descriptor_;
-    std::array<char, 16384> memory_{};
+    std::uint64_t written_ = 0;
+    /// As much as pipes take at once or not at all.
+    std::array<char, PIPE_BUF> memory_{};
   };
 
   Buffer buffer_;

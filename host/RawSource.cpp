@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <optional>
 
 #include "host/Error.h"
 #include "host/Text.h"
@@ -33,6 +34,15 @@ std::string AdviceFor(int error) {
   throw Failure("cannot open " + Quoted(path) + ": " + ErrorText(error) + AdviceFor(error));
 }
 
+/// \return None with `errno` set when it can't be told.
+std::optional<std::uint64_t> SizeOf(int file) {
+  struct stat status {};
+  if (::fstat(file, &status) != 0) return std::nullopt;
+  if (!S_ISBLK(status.st_mode)) return static_cast<std::uint64_t>(status.st_size);
+  std::uint64_t size = 0;
+  return ::ioctl(file, BLKGETSIZE64, &size) == 0 ? std::optional(size) : std::nullopt;
+}
+
 FileDescriptor OpenReadOnly(const std::string& path) {
   // Looking at evidence should not even change its access time, but only its owner may ask for that.
   FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOATIME));
@@ -54,16 +64,13 @@ RawSource::RawSource(const std::string& path) {
     throw Failure(Quoted(path) + " is neither a file nor a block device: name a disk image or a block device");
   }
   file_ = OpenReadOnly(path);
-  if (::fstat(file_.Get(), &status) != 0) FailToOpen(path, errno);
-  if (S_ISBLK(status.st_mode)) {
-    if (::ioctl(file_.Get(), BLKGETSIZE64, &size_) != 0) {
-      throw Failure("cannot tell the size of " + Quoted(path) + ": " + ErrorText(errno));
-    }
-  } else {
-    size_ = static_cast<std::uint64_t>(status.st_size);
-  }
+  const std::optional<std::uint64_t> size = SizeOf(file_.Get());
+  if (!size) throw Failure("cannot tell the size of " + Quoted(path) + ": " + ErrorText(errno));
+  size_ = *size;
   ::posix_fadvise(file_.Get(), 0, 0, POSIX_FADV_SEQUENTIAL);
 }
+
+std::uint64_t RawSource::SizeNow() const { return SizeOf(file_.Get()).value_or(size_); }
 
 ReadResult RawSource::ReadAt(std::uint64_t offset, std::span<std::uint8_t> into) {
   ReadResult result;

@@ -15,6 +15,8 @@ class RawSource final : public ISource {
   explicit RawSource(const std::string& path);
 
   [[nodiscard]] std::uint64_t Size() const override { return size_; }
+  /// The size in bytes that it has by now, because somebody may be writing to it.
+  [[nodiscard]] std::uint64_t SizeNow() const;
   ReadResult ReadAt(std::uint64_t offset, std::span<std::uint8_t> into) override;
 
  private:

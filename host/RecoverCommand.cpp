@@ -72,6 +72,7 @@ class Recovery {
   bool IsStopped() {
     if (IsInterrupted()) job_.SetInterrupted();
     progress_.Update(bytesCopied_, findCount_);
+    job_.FlushNowAndThen();
     return !job_.GoesOn();
   }
 
@@ -83,7 +84,7 @@ class Recovery {
           std::min<std::uint64_t>(buffer_.size() / device.SectorSize(), (length - 1) / device.SectorSize() + 1);
       const auto piece = std::span(buffer_).first(static_cast<std::size_t>(sectors * device.SectorSize()));
       device.Read(sector, piece, [this] { return IsStopped(); });
-      if (!device.Loss().empty()) job_.SetError(device.Loss());
+      if (device.IsLost()) job_.SetLost();
       if (!job_.GoesOn()) return false;
       const std::uint64_t count = std::min<std::uint64_t>(length, piece.size());
       file.Write(piece.first(static_cast<std::size_t>(count)));

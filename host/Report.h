@@ -11,7 +11,7 @@
 
 #include "host/CarvePlan.h"
 #include "host/Find.h"
-#include "host/SectorRanges.h"
+#include "host/SectorSet.h"
 #include "host/TypeCatalogue.h"
 
 namespace qzmtraw::host {
@@ -56,7 +56,8 @@ struct Summary {
   std::uint64_t bytesScanned = 0;
   /// What the scan alone took.
   double seconds = 0;
-  SectorRanges unreadable;
+  /// What the source's size is at the end, in bytes.
+  std::uint64_t sizeAtEnd = 0;
   bool isInterrupted = false;
   /// Empty, or why the work ended early.
   std::string error;
@@ -76,7 +77,8 @@ class IReport {
   virtual void Begin(const SourceInfo& source) = 0;
   virtual void Add(const FindRecord& record) = 0;
   /// Comes last, once.
-  virtual void End(const Summary& summary) = 0;
+  /// \param unreadable  The sectors that could not be read.
+  virtual void End(const Summary& summary, const SectorSet& unreadable) = 0;
 };
 
 /// \param out  Must live as long as the report.

@@ -1,9 +1,10 @@
 #include "host/ScanJob.h"
 
 #include <algorithm>
-#include <chrono>
+#include <new>
 #include <thread>
 
+#include "host/Error.h"
 #include "host/Interrupt.h"
 #include "host/Lanes.h"
 #include "host/Progress.h"
@@ -15,20 +16,25 @@
 namespace qzmtraw::host {
 namespace {
 
-/// More ranges than that are only counted; the JSON lines have them all.
+/// The messages leave out ranges beyond so many; the lists have them all.
 constexpr std::size_t kRangesShown = 20;
 
-std::string UnreadableText(const SectorRanges& sectors) {
-  std::string text = std::to_string(sectors.SectorCount()) + " sectors could not be read and were taken as zeros:";
-  std::size_t shown = 0;
-  for (const auto& [first, end] : sectors.Ranges()) {
-    if (shown == kRangesShown) {
-      return text + " and " + std::to_string(sectors.Ranges().size() - shown) + " more ranges";
-    }
-    text += shown++ == 0 ? " " : ", ";
-    text += std::to_string(first);
-    if (end - first > 1) text += "-" + std::to_string(end - 1);
+/// Who reads the list while it grows need not wait longer.
+constexpr std::chrono::milliseconds kFlushInterval{500};
+
+std::string UnreadableText(const SectorSet& sectors) {
+  const bool isOne = sectors.Count() == 1;
+  std::string text = std::to_string(sectors.Count()) + (isOne ? " sector" : " sectors") + " could not be read and " +
+                     (isOne ? "was taken as zeros:" : "were taken as zeros:");
+  SectorSet::Cursor ranges(sectors);
+  std::size_t count = 0;
+  while (const auto range = ranges.Next()) {
+    if (++count > kRangesShown) continue;
+    text += count == 1 ? " " : ", ";
+    text += std::to_string(range->first);
+    if (range->count > 1) text += "-" + std::to_string(range->first + range->count - 1);
   }
+  if (count > kRangesShown) text += " and " + std::to_string(count - kRangesShown) + " more ranges, see the list";
   return text;
 }
 
@@ -50,7 +56,7 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
 
 void ScanJob::Scan(const FindTaker& take) {
   if (device_.Size() == 0) {
-    console_.err << kProgramName << ": " << Quoted(options_.image) << " is empty: nothing to scan\n";
+    TellOf("is empty: nothing to scan");
   }
   report_->Begin(
       {options_.image, device_.Size(), device_.SectorSize(), rows_.size(), std::chrono::system_clock::now()});
@@ -66,45 +72,82 @@ void ScanJob::Scan(const FindTaker& take) {
       lane.push_back({each.row, owners.back().get(), each.isSilent});
     }
   }
-  const auto bytesOf = [&](std::uint64_t sectors) { return std::min(sectors * device_.SectorSize(), device_.Size()); };
   const auto start = std::chrono::steady_clock::now();
-  ScanOutcome outcome;
-  {
+  try {
     Progress progress(console_.progress, "scanning", device_.Size());
-    outcome = RunScan(device_, lanes, memory_.scan, take, [&](std::uint64_t sectorsDone, std::uint64_t findCount) {
-      progress.Update(bytesOf(sectorsDone), findCount);
+    const auto watch = [&](std::uint64_t sectorsDone, std::uint64_t findCount) {
+      summary_.bytesScanned = BytesOf(sectorsDone);
+      progress.Update(summary_.bytesScanned, findCount);
       console_.out.flush();
       return !IsInterrupted();
-    });
+    };
+    const ScanOutcome outcome = RunScan(device_, lanes, memory_.scan, take, watch);
+    summary_.bytesScanned = BytesOf(outcome.sectorsDone);
+    summary_.isInterrupted = outcome.isInterrupted;
+    if (device_.IsLost()) SetLost();
+  } catch (const Failure& failure) {
+    // What was found so far can be told if the output is not what failed.
+    if (!console_.out.good()) throw;
+    summary_.error = failure.what();
+  } catch (const std::bad_alloc&) {
+    summary_.error = "out of memory while scanning " + Quoted(options_.image) + ": use fewer threads, with --jobs";
   }
   const std::chrono::duration<double> span = std::chrono::steady_clock::now() - start;
   summary_.seconds = span.count();
-  summary_.bytesScanned = bytesOf(outcome.sectorsDone);
-  summary_.isInterrupted = outcome.isInterrupted;
-  summary_.error = device_.Loss();
 }
 
 const TypeInfo& ScanJob::TypeOf(const Find& find) const { return catalogue_.at(static_cast<std::size_t>(find.row)); }
+
+void ScanJob::SetLost() {
+  summary_.error = Quoted(options_.image) + ": " + device_.Loss() + "; the list holds what was found before";
+}
 
 void ScanJob::Add(const FindRecord& record) {
   ++summary_.findCount;
   ++summary_.findsByExtension[record.type->extension];
   report_->Add(record);
+  FlushNowAndThen();
+}
+
+void ScanJob::FlushNowAndThen() {
+  const auto now = std::chrono::steady_clock::now();
+  if (now - lastFlush_ < kFlushInterval) return;
+  console_.out.flush();
+  lastFlush_ = now;
 }
 
 ExitCode ScanJob::Finish() {
-  summary_.unreadable = device_.Unreadable();
-  report_->End(summary_);
+  summary_.sizeAtEnd = source_.SizeNow();
+  const SectorSet& unreadable = device_.Unreadable();
+  report_->End(summary_, unreadable);
   console_.out.flush();
-  const bool hasGaps = summary_.unreadable.SectorCount() != 0;
-  if (hasGaps) console_.err << kProgramName << ": " << UnreadableText(summary_.unreadable) << '\n';
-  if (summary_.isInterrupted) console_.err << kProgramName << ": interrupted; the list holds what was found so far\n";
+  const bool hasChanged = summary_.sizeAtEnd != device_.Size();
+  if (unreadable.Count() != 0) TellOf(UnreadableText(unreadable));
+  if (hasChanged) {
+    TellOf("had " + std::to_string(device_.Size()) + " bytes at the start and has " +
+           std::to_string(summary_.sizeAtEnd) + " now: scan it again when nobody writes to it");
+  } else if (unreadable.Count() != 0) {
+    TellOf("copy it with a tool for failing drives before it gets worse, and scan the copy");
+  }
+  if (summary_.isInterrupted) {
+    TellOf("interrupted when " + std::to_string(summary_.bytesScanned) + " of " + std::to_string(device_.Size()) +
+           " bytes were scanned; the list holds what was found there");
+  }
   if (!summary_.error.empty()) {
     console_.err << kProgramName << ": " << summary_.error << '\n';
     return ExitCode::kFailed;
   }
   if (summary_.isInterrupted) return ExitCode::kInterrupted;
-  return hasGaps ? ExitCode::kUnreadable : ExitCode::kDone;
+  return unreadable.Count() != 0 || hasChanged ? ExitCode::kUnreadable : ExitCode::kDone;
+}
+
+/// Says something about the source.
+void ScanJob::TellOf(const std::string& text) const {
+  console_.err << kProgramName << ": " << Quoted(options_.image) << ": " << text << '\n';
+}
+
+std::uint64_t ScanJob::BytesOf(std::uint64_t sectors) const {
+  return std::min(sectors * device_.SectorSize(), device_.Size());
 }
 
 }  // namespace qzmtraw::host

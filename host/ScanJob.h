@@ -1,6 +1,7 @@
 #ifndef QZMTRAW_HOST_SCAN_JOB_H
 #define QZMTRAW_HOST_SCAN_JOB_H
 
+#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -42,7 +43,8 @@ class ScanJob {
   /// Opens everything. Throws UsageError or Failure.
   ScanJob(const ScanOptions& options, const Console& console);
 
-  /// Scans the source. The report gets its beginning, and `take` what is found, as RunScan tells.
+  /// Scans the source. The report gets its beginning, and `take` what is found, as RunScan tells. What goes wrong ends
+  /// the scan and is told by Finish, with what was found before; only the output may not fail.
   void Scan(const FindTaker& take);
 
   [[nodiscard]] CarvePlanner Planner() const { return {catalogue_, device_.Size(), device_.SectorSize()}; }
@@ -55,15 +57,23 @@ class ScanJob {
   [[nodiscard]] bool GoesOn() const { return !summary_.isInterrupted && summary_.error.empty(); }
   void SetInterrupted() { summary_.isInterrupted = true; }
   void SetError(const std::string& error) { summary_.error = error; }
+  /// Of the source.
+  void SetLost();
   void SetFilesWritten(std::uint64_t count) { summary_.filesWritten = count; }
 
   /// Lists a find.
   void Add(const FindRecord& record);
 
+  /// Brings what was listed to its reader, if that was long ago. For calls during long work.
+  void FlushNowAndThen();
+
   /// Ends the report and tells about what went wrong.
   ExitCode Finish();
 
  private:
+  void TellOf(const std::string& text) const;
+  [[nodiscard]] std::uint64_t BytesOf(std::uint64_t sectors) const;
+
   const ScanOptions& options_;
   Console console_;
   TypeCatalogue catalogue_;
@@ -73,6 +83,7 @@ class ScanJob {
   Device device_;
   std::unique_ptr<IReport> report_;
   Summary summary_;
+  std::chrono::steady_clock::time_point lastFlush_;
 };
 
 }  // namespace qzmtraw::host

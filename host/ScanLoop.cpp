@@ -8,6 +8,7 @@
 
 #include "host/FindQueue.h"
 #include "host/FindSink.h"
+#include "host/Lanes.h"
 #include "host/ReadAhead.h"
 #include "host/SectorReader.h"
 #include "host/Threads.h"
@@ -55,6 +56,12 @@ class Scan {
 
   FindQueue::Batch Take() { return queue_.Take(kPatience); }
 
+  /// The lanes end behind the blocks that they are at.
+  void Stop() {
+    queue_.Stop();
+    pieces_.Stop();
+  }
+
   /// Waits for the threads and throws what one of them has thrown.
   void Finish() {
     threads_.clear();
@@ -68,11 +75,6 @@ class Scan {
       if (failures_.HasAny()) Stop();
       queue_.Leave();
     }));
-  }
-
-  void Stop() {
-    queue_.Stop();
-    pieces_.Stop();
   }
 
   /// The work of a lane.
@@ -101,13 +103,14 @@ class Scan {
     }
   }
 
-  /// The memory of a block for one lane. Detectors may write into it, so each of several lanes gets a copy, in `copy`.
+  /// The memory of a block for one lane. Where detectors may write into it each of several lanes gets a copy, in
+  /// `copy`.
   std::uint8_t* BlockMemory(Piece& piece, std::uint64_t sector, std::uint64_t sectorCount,
                             std::vector<std::uint8_t>& copy) const {
     const std::span bytes = std::span(piece.bytes)
                                 .subspan(static_cast<std::size_t>(sector * device_.SectorSize()),
                                          static_cast<std::size_t>(sectorCount * device_.SectorSize()));
-    if (!hasSeveralLanes_) return bytes.data();
+    if (!hasSeveralLanes_ || !MayBeWrittenInto(bytes, device_.SectorSize())) return bytes.data();
     copy.assign(bytes.begin(), bytes.end());
     return copy.data();
   }
@@ -124,7 +127,11 @@ ScanOutcome Listen(Device& device, Scan& scan, const FindTaker& take, const Scan
   ScanOutcome outcome;
   std::uint64_t findCount = 0;
   bool isLast = false;
-  while (watch(outcome.sectorsDone, findCount)) {
+  while (true) {
+    if (!outcome.isInterrupted && !watch(outcome.sectorsDone, findCount)) {
+      outcome.isInterrupted = true;
+      scan.Stop();
+    }
     if (isLast) return outcome;
     const FindQueue::Batch batch = scan.Take();
     for (const Find& find : batch.finds) take(find);
@@ -132,8 +139,6 @@ ScanOutcome Listen(Device& device, Scan& scan, const FindTaker& take, const Scan
     outcome.sectorsDone = std::min(batch.blocksDone * kSectorsPerBlock, device.SectorCount());
     isLast = batch.isLast;
   }
-  outcome.isInterrupted = true;
-  return outcome;
 }
 
 }  // namespace
@@ -147,7 +152,7 @@ ScanOutcome RunScan(Device& device, const std::vector<DetectorLane>& lanes, cons
   Prepare(lanes, device);
   Scan scan(device, lanes, memory);
   const ScanOutcome outcome = Listen(device, scan, take, watch);
-  if (!outcome.isInterrupted) scan.Finish();
+  scan.Finish();
   return outcome;
 }
 

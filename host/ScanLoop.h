@@ -49,7 +49,7 @@ using ScanWatch = std::function<bool(std::uint64_t sectorsDone, std::uint64_t fi
 struct ScanOutcome {
   /// All detectors have seen these, and what they found there was handed over.
   std::uint64_t sectorsDone = 0;
-  /// The watch asked to stop.
+  /// The watch asked to stop before the end.
   bool isInterrupted = false;
 };
 
@@ -58,7 +58,8 @@ std::uint64_t PieceSectors(std::uint32_t sectorSize);
 
 /// Resets the detectors and shows them the whole device, block by block, every lane on a thread of its own, while
 /// another thread reads ahead. Ends early when the watch says so or when the device is lost, see Device::IsLost.
-/// \param lanes  At least one. With more than one, each has a detector for every row that writes into blocks.
+/// \param lanes  At least one. With more than one, each has a detector for every row that writes into blocks, and none
+///               writes into a block of which MayBeWrittenInto doesn't say so.
 /// \param take   Gets the finds on the calling thread, in the order in which one lane reports them: by block, then by
 ///               row, then as the detector does.
 /// \param watch  Is called on the calling thread.

@@ -45,6 +45,7 @@ std::string Row(const std::string& sector, const std::string& offset, const std:
   std::string line = PadLeft(sector, kSectorWidth) + "  " + PadLeft(offset, kOffsetWidth) + "  " +
                      PadRight(size, kSizeWidth) + "  " + PadRight(extension, kExtensionWidth) + " ";
   line += note.empty() ? description : PadRight(description, kDescriptionWidth) + "  " + note;
+  line.resize(line.find_last_not_of(' ') + 1);
   return line + "\n";
 }
 
@@ -79,7 +80,8 @@ void TableReport::Add(const FindRecord& record) {
               Printable(record.type->extension), Printable(record.type->description), NoteOn(record));
 }
 
-void TableReport::End(const Summary& summary) {
+void TableReport::End(const Summary& summary, const SectorSet& unreadable) {
+  AddUnreadable(unreadable);
   if (hasHeader_) out_ << '\n';
   if (!summary.error.empty()) {
     out_ << "Failed. ";
@@ -99,9 +101,22 @@ void TableReport::End(const Summary& summary) {
     const double rate = static_cast<double>(summary.bytesScanned) / summary.seconds;
     out_ << ", " << FormatSize(static_cast<std::uint64_t>(rate)) << "/s";
   }
-  const std::uint64_t bad = summary.unreadable.SectorCount();
+  const std::uint64_t bad = unreadable.Count();
   if (bad != 0) out_ << "; " << CountText(bad, "sector", "sectors") << " could not be read";
+  if (summary.sizeAtEnd != source_.size) out_ << "; the source now has " << summary.sizeAtEnd << " bytes";
   out_ << ".\n";
+}
+
+/// Lists the ranges of sectors that could not be read.
+void TableReport::AddUnreadable(const SectorSet& sectors) {
+  if (sectors.Count() == 0) return;
+  out_ << '\n' << Row("Sector", "Offset", "Could not be read", "", "", "");
+  SectorSet::Cursor ranges(sectors);
+  while (const auto range = ranges.Next()) {
+    out_ << Row(std::to_string(range->first), std::to_string(range->first * source_.sectorSize),
+                CountText(range->count, "sector", "sectors"), "", "", "");
+  }
+  hasHeader_ = true;
 }
 
 }  // namespace qzmtraw::host

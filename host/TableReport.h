@@ -12,9 +12,11 @@ class TableReport final : public IReport {
 
   void Begin(const SourceInfo& source) override;
   void Add(const FindRecord& record) override;
-  void End(const Summary& summary) override;
+  void End(const Summary& summary, const SectorSet& unreadable) override;
 
  private:
+  void AddUnreadable(const SectorSet& sectors);
+
   std::ostream& out_;
   SourceInfo source_;
   bool hasHeader_ = false;

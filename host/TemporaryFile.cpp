@@ -49,6 +49,12 @@ void TemporaryFile::Forget(std::uint64_t offset, std::uint64_t length) {
               static_cast<off_t>(length));
 }
 
+std::optional<std::uint64_t> TemporaryFile::NextData(std::uint64_t offset) const {
+  const off_t next = ::lseek(file_.Get(), static_cast<off_t>(offset), SEEK_DATA);
+  if (next >= 0) return static_cast<std::uint64_t>(next);
+  return errno == ENXIO ? std::nullopt : std::optional(offset);
+}
+
 void TemporaryFile::Fail(const char* what, int error) const {
   throw Failure(std::string("cannot ") + what + " a temporary file in " + Quoted(directory_) + ": " + ErrorText(error) +
                 ": set TMPDIR to a directory that can be written to and has room");

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string>
 
@@ -27,6 +28,10 @@ class TemporaryFile {
 
   /// Gives the room of bytes that nobody reads any more back to the disk, where the file system can do that.
   void Forget(std::uint64_t offset, std::uint64_t length);
+
+  /// The first place from `offset` on where something may have been written; none: there is nothing any more. Skips
+  /// what was never written where the file system can tell it.
+  [[nodiscard]] std::optional<std::uint64_t> NextData(std::uint64_t offset) const;
 
  private:
   [[noreturn]] void Fail(const char* what, int error) const;

@@ -7,11 +7,12 @@
 #include "host/Device.h"
 #include "host/SectorReader.h"
 #include "tests/host/support/FakeSource.h"
+#include "tests/host/support/Sectors.h"
 
 namespace qzmtraw::host {
 namespace {
 
-using Map = std::map<std::uint64_t, std::uint64_t>;
+using Ranges = std::vector<SectorRange>;
 
 /// Sectors of four bytes: "aaaa", "bbbb" and so on; the last one has only two.
 Bytes Letters() { return BytesOf("aaaabbbbccccddddee"); }
@@ -55,7 +56,7 @@ TEST(DeviceTest, IsZeroBehindTheEnd) {
   EXPECT_EQ(ReadFrom(device, 5, 1).text, "....");
   EXPECT_EQ(ReadFrom(device, std::numeric_limits<std::uint64_t>::max(), 2).text, "........");
   EXPECT_EQ(ReadFrom(device, (std::uint64_t{1} << 62U), 2).text, "........") << "the byte offset wraps to 0";
-  EXPECT_EQ(device.Unreadable().SectorCount(), 0U);
+  EXPECT_EQ(device.Unreadable().Count(), 0U);
 }
 
 TEST(DeviceTest, ReadingNothingIsFine) {
@@ -82,7 +83,7 @@ TEST(DeviceTest, UnreadableSectorsAreZeroAndRemembered) {
   const Read read = ReadFrom(device, 0, 5);
   EXPECT_FALSE(read.isWhole);
   EXPECT_EQ(read.text, "aaaa........ddddee..");
-  EXPECT_EQ(device.Unreadable().Ranges(), (Map{{1, 3}}));
+  EXPECT_EQ(RangesOf(device.Unreadable()), (Ranges{{1, 2}}));
   EXPECT_TRUE(device.Loss().empty());
 }
 
@@ -105,7 +106,33 @@ TEST(DeviceTest, ASourceThatEndsEarlyIsUnreadableThere) {
   source.error = 0;
   Device device(source, 4);
   EXPECT_EQ(ReadFrom(device, 0, 5).text, "aaaabbbb............");
-  EXPECT_EQ(device.Unreadable().Ranges(), (Map{{2, 5}}));
+  EXPECT_EQ(RangesOf(device.Unreadable()), (Ranges{{2, 3}}));
+}
+
+TEST(DeviceTest, WhatLiesBehindAnEarlyEndIsNotTried) {
+  FakeSource source(Letters());
+  source.badOffsets = {6};
+  source.error = 0;
+  Device device(source, 4);
+  EXPECT_EQ(ReadFrom(device, 1, 1).text, "....");
+  const int before = source.readCount;
+  EXPECT_EQ(ReadFrom(device, 2, 3).text, "............");
+  EXPECT_EQ(source.readCount, before);
+  EXPECT_EQ(ReadFrom(device, 0, 1).text, "aaaa");
+  EXPECT_EQ(RangesOf(device.Unreadable()), (Ranges{{1, 4}}));
+}
+
+TEST(DeviceTest, EverySecondSectorMayBeUnreadable) {
+  FakeSource source(Bytes(4000, 1));
+  for (std::uint64_t sector = 1; sector < 1000; sector += 2) source.badOffsets.insert(sector * 4);
+  source.error = EIO;
+  Device device(source, 4);
+  EXPECT_FALSE(ReadFrom(device, 900, 2).isWhole) << "ahead, as detectors read";
+  EXPECT_FALSE(ReadFrom(device, 0, 1000).isWhole);
+  Ranges expected;
+  for (std::uint64_t sector = 1; sector < 1000; sector += 2) expected.push_back({sector, 1});
+  EXPECT_EQ(RangesOf(device.Unreadable()), expected);
+  EXPECT_EQ(device.Unreadable().Count(), 500U);
 }
 
 TEST(DeviceTest, ALostDeviceIsNotAnUnreadablePlace) {
@@ -116,7 +143,7 @@ TEST(DeviceTest, ALostDeviceIsNotAnUnreadablePlace) {
   const Read read = ReadFrom(device, 0, 5);
   EXPECT_FALSE(read.isWhole);
   EXPECT_NE(device.Loss().find("byte 9"), std::string::npos) << device.Loss();
-  EXPECT_EQ(device.Unreadable().SectorCount(), 0U);
+  EXPECT_EQ(device.Unreadable().Count(), 0U);
   const int before = source.readCount;
   EXPECT_EQ(ReadFrom(device, 0, 1).text, "....");
   EXPECT_EQ(source.readCount, before);
@@ -131,7 +158,7 @@ TEST(DeviceTest, ALongSearchForReadableSectorsCanBeStopped) {
   const Read read = ReadFrom(device, 0, 5, [&] { return ++asked == 3; });
   EXPECT_FALSE(read.isWhole);
   EXPECT_EQ(read.text, "....................");
-  EXPECT_EQ(device.Unreadable().Ranges(), (Map{{0, 2}})) << "what was not tried is not called unreadable";
+  EXPECT_EQ(RangesOf(device.Unreadable()), (Ranges{{0, 2}})) << "what was not tried is not called unreadable";
 }
 
 TEST(SectorReaderTest, TellsWhetherAllIsThere) {

@@ -89,17 +89,21 @@ TEST_F(JsonReportTest, TheSummaryClosesTheList) {
   summary.findsByExtension = {{"7z", 2}, {"ace", 1}};
   summary.bytesScanned = 1000;
   summary.seconds = 0.5;
-  summary.unreadable.Add(7);
-  summary.unreadable.Add(8);
+  summary.sizeAtEnd = 999;
   summary.isInterrupted = true;
-  report.End(summary);
+  SectorSet unreadable;
+  unreadable.Add({7, 2});
+  unreadable.Add({10, 1});
+  report.End(summary, unreadable);
   const json expected = {{"type", "summary"},
                          {"finds", 3},
                          {"finds_by_extension", {{"7z", 2}, {"ace", 1}}},
                          {"bytes", 1000},
                          {"seconds", 0.5},
-                         {"unreadable_sectors", 2},
-                         {"unreadable_ranges", json::array({{{"start_sector", 7}, {"sectors", 2}}})},
+                         {"unreadable_sectors", 3},
+                         {"unreadable_ranges",
+                          json::array({{{"start_sector", 7}, {"sectors", 2}}, {{"start_sector", 10}, {"sectors", 1}}})},
+                         {"size_at_end", 999},
                          {"interrupted", true},
                          {"error", nullptr}};
   EXPECT_EQ(Taken(), expected);

@@ -5,6 +5,7 @@
 #include <map>
 #include <numeric>
 #include <set>
+#include <string_view>
 
 #include "host/Lanes.h"
 #include "host/Registry.h"
@@ -65,6 +66,25 @@ TEST_F(LanesTest, RowsThatWriteAreInEveryLane) {
   }
   const std::vector<std::int32_t> few = {49, 130};
   EXPECT_EQ(DealRows(few, catalogue, 8), (std::vector<Lane>{{{49}, {130, true}}, {{130}}}));
+}
+
+TEST_F(LanesTest, HeadsInWhichRowsWriteAreSeenAtEverySector) {
+  std::vector<std::uint8_t> block(64 * 16);
+  EXPECT_FALSE(MayBeWrittenInto(block, 16));
+  EXPECT_FALSE(MayBeWrittenInto({}, 16));
+  for (const std::string_view start :
+       {std::string_view("FORM"), std::string_view("FOR4"), std::string_view("\0\0\x27\x0A", 4)}) {
+    for (const std::size_t sector : {0U, 1U, 63U}) {
+      std::vector<std::uint8_t> written = block;
+      std::copy_n(start.data(), 4, written.begin() + static_cast<std::ptrdiff_t>(sector * 16));
+      EXPECT_TRUE(MayBeWrittenInto(written, 16)) << sector;
+      EXPECT_TRUE(MayBeWrittenInto(written, 1)) << sector;
+      EXPECT_EQ(MayBeWrittenInto(written, 20), sector == 0) << sector;
+    }
+  }
+  const std::vector<std::uint8_t> end = {0, 0, 'F', 'O', 'R', '4'};
+  EXPECT_TRUE(MayBeWrittenInto(end, 1));
+  EXPECT_FALSE(MayBeWrittenInto(std::span(end).first(5), 1));
 }
 
 TEST_F(LanesTest, OneRowMakesOneLane) {

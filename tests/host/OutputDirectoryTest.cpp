@@ -54,8 +54,21 @@ TEST(OutputDirectoryTest, NothingIsReplaced) {
 TEST(OutputDirectoryTest, AnUnfinishedFileGoes) {
   const Workspace workspace;
   OutputDirectory directory(workspace.Path());
-  directory.Create("7z", "a", 10)->Write(BytesOf("half"));
+  {
+    const auto file = directory.Create("7z", "a", 10);
+    file->Write(BytesOf("half"));
+    EXPECT_EQ(NamesIn(workspace / "7z"), Names{"a.part"});
+  }
   EXPECT_EQ(NamesIn(workspace / "7z"), Names{});
+}
+
+TEST(OutputDirectoryTest, AFileThatAppearedMeanwhileIsNotReplaced) {
+  const Workspace workspace;
+  OutputDirectory directory(workspace.Path());
+  const auto file = directory.Create("7z", "a", 1);
+  WriteFile(workspace / "7z/a", BytesOf("other"));
+  EXPECT_THROW(file->Finish(), Failure);
+  EXPECT_EQ(ReadFile(workspace / "7z/a"), BytesOf("other"));
 }
 
 TEST(OutputFileTest, ZerosAreKeptButTakeNoRoom) {

@@ -36,6 +36,25 @@ TEST(OutputStreamTest, AFullDiskIsAFailureWithItsReason) {
   }
 }
 
+TEST(OutputStreamTest, OnlyWholeLinesComeBeforeAFlush) {
+  const Workspace workspace;
+  const FileDescriptor file(::open((workspace / "out").c_str(), O_WRONLY | O_CREAT, 0600));
+  OutputStream out(file.Get());
+  std::string line(100, 'x');
+  line.back() = '\n';
+  std::size_t count = 0;
+  while (std::filesystem::file_size(workspace / "out") == 0) {
+    out << line;
+    ASSERT_LT(++count, 1000U);
+  }
+  EXPECT_EQ(std::filesystem::file_size(workspace / "out") % line.size(), 0U);
+  out << "long" << std::string(100000, 'y') << '\n';
+  out.flush();
+  std::string expected;
+  while (count-- > 0) expected += line;
+  EXPECT_EQ(ReadFile(workspace / "out"), BytesOf(expected + "long" + std::string(100000, 'y') + '\n'));
+}
+
 TEST(OutputStreamTest, ALongOutputFailsBeforeTheFlush) {
   const FileDescriptor full(::open("/dev/full", O_WRONLY));
   OutputStream out(full.Get());

@@ -71,10 +71,12 @@ TEST_F(ScanToolTest, ACompoundDocumentAtSector0IsFound) {
 
 TEST_F(ScanToolTest, UnreadableSectorsAreTakenAsZerosAndTold) {
   ToolSetup setup;
-  setup.unreadableBytes = {{200 * 512 + 100, 204 * 512}};
+  setup.faults = {{"FILE", image}, {"UNREADABLE", "102500-104448"}};
   const ToolResult result = RunTool({"scan", "--format", "jsonl", image}, setup);
   EXPECT_EQ(result.exitCode, 3);
-  EXPECT_EQ(result.err, "qzmtraw: 4 sectors could not be read and were taken as zeros: 200-203\n");
+  const std::string start = "qzmtraw: '" + image + "': ";
+  EXPECT_EQ(result.err, start + "4 sectors could not be read and were taken as zeros: 200-203\n" + start +
+                            "copy it with a tool for failing drives before it gets worse, and scan the copy\n");
   const std::vector<json> lines = JsonLines(result.out);
   ASSERT_EQ(lines.size(), 5U);
   EXPECT_EQ(lines[1]["start_sector"], 128);
@@ -85,7 +87,7 @@ TEST_F(ScanToolTest, UnreadableSectorsAreTakenAsZerosAndTold) {
 
 TEST_F(ScanToolTest, AFileInAnUnreadableSectorIsLost) {
   ToolSetup setup;
-  setup.unreadableBytes = {{300 * 512, 301 * 512}};
+  setup.faults = {{"FILE", image}, {"UNREADABLE", "153600-154112"}};
   const ToolResult result = RunTool({"scan", "--format", "jsonl", image}, setup);
   EXPECT_EQ(result.exitCode, 3);
   EXPECT_EQ(JsonLines(result.out).size(), 4U);

@@ -17,13 +17,20 @@ class TableReportTest : public ::testing::Test {
     return out.str();
   }
 
-  std::string TextFor(const Summary& summary) {
+  std::string TextFor(const Summary& summary, const SectorSet& unreadable = {}) {
     std::ostringstream out;
     TableReport report(out);
     report.Begin(HostileSource());
     out.str("");
-    report.End(summary);
+    report.End(summary, unreadable);
     return out.str();
+  }
+
+  /// Of a source that has the size it had.
+  static Summary Unchanged() {
+    Summary summary;
+    summary.sizeAtEnd = HostileSource().size;
+    return summary;
   }
 
   TypeInfo ace = AceType();
@@ -62,7 +69,7 @@ TEST_F(TableReportTest, ATruncatedFileIsMarked) {
 }
 
 TEST_F(TableReportTest, NothingFoundTellsThatItRan) {
-  Summary summary;
+  Summary summary = Unchanged();
   summary.bytesScanned = 1U << 20U;
   summary.seconds = 2;
   EXPECT_EQ(TextFor(summary),
@@ -74,10 +81,28 @@ TEST_F(TableReportTest, TheSummaryCountsByType) {
   summary.findCount = 6;
   summary.findsByExtension = {{"ace", 1}, {"7z", 1}, {"doc", 4}};
   summary.filesWritten = 1;
-  summary.unreadable.Add(7);
   const std::string text = TextFor(summary);
   EXPECT_TRUE(text.starts_with("6 finds (4 doc, 1 7z, 1 ace), 1 file written; scanned 0 B")) << text;
-  EXPECT_TRUE(text.ends_with("; 1 sector could not be read.\n")) << text;
+}
+
+TEST_F(TableReportTest, EveryRangeThatCouldNotBeReadIsListed) {
+  SectorSet unreadable;
+  for (std::uint64_t i = 0; i < 30; ++i) unreadable.Add({100 * i, i + 1});
+  const std::string text = TextFor(Unchanged(), unreadable);
+  EXPECT_TRUE(
+      text.starts_with("\n"
+                       "      Sector            Offset  Could not be read\n"
+                       "           0                 0  1 sector\n"
+                       "         100             51200  2 sectors\n"))
+      << text;
+  EXPECT_TRUE(Has(text, "        2900           1484800  30 sectors\n\nNothing found; ")) << text;
+  EXPECT_TRUE(text.ends_with("; 465 sectors could not be read.\n")) << text;
+}
+
+TEST_F(TableReportTest, ASourceThatHasAnotherSizeIsTold) {
+  Summary summary;
+  summary.sizeAtEnd = 999;
+  EXPECT_TRUE(TextFor(summary).ends_with("; the source now has 999 bytes.\n")) << TextFor(summary);
 }
 
 TEST_F(TableReportTest, AnEarlyEndIsTold) {

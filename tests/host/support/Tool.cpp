@@ -20,11 +20,10 @@ namespace {
   ::dup2(err, STDERR_FILENO);
   if (!setup.directory.empty() && ::chdir(setup.directory.c_str()) != 0) ::_exit(99);
   if (setup.temporaryDirectory) ::setenv("TMPDIR", setup.temporaryDirectory->c_str(), 1);
-  if (setup.unreadableBytes) {
-    ::setenv("LD_PRELOAD", QZMTRAW_FAILING_READS, 1);
+  if (!setup.faults.empty()) {
+    ::setenv("LD_PRELOAD", QZMTRAW_FAULTS, 1);
     ::setenv("ASAN_OPTIONS", "verify_asan_link_order=0", 1);
-    ::setenv("QZMTRAW_UNREADABLE_FROM", std::to_string(setup.unreadableBytes->first).c_str(), 1);
-    ::setenv("QZMTRAW_UNREADABLE_TO", std::to_string(setup.unreadableBytes->second).c_str(), 1);
+    for (const auto& [name, value] : setup.faults) ::setenv(("QZMTRAW_FAULT_" + name).c_str(), value.c_str(), 1);
   }
   if (setup.fileSizeLimit) {
     const rlimit limit{*setup.fileSizeLimit, *setup.fileSizeLimit};
@@ -40,14 +39,16 @@ namespace {
   ::_exit(98);
 }
 
-/// Everything that comes out of a pipe; the first bytes set off the signal.
-std::string Drain(int pipe, pid_t tool, int signal) {
+/// Everything that comes out of a pipe; when it is more than so many bytes it sets off the signal.
+std::string Drain(int pipe, pid_t tool, int signal, std::size_t signalBehind) {
   std::string text;
   std::array<char, 4096> buffer{};
   ssize_t count = 0;
   while ((count = ::read(pipe, buffer.data(), buffer.size())) > 0) {
-    if (text.empty() && signal != 0) ::kill(tool, signal);
     text.append(buffer.data(), static_cast<std::size_t>(count));
+    if (signal == 0 || text.size() <= signalBehind) continue;
+    ::kill(tool, signal);
+    signal = 0;
   }
   return text;
 }
@@ -68,9 +69,11 @@ ToolResult RunTool(const std::vector<std::string>& arguments, const ToolSetup& s
   if (tool == 0) BecomeTool(arguments, setup, out, err);
   ::close(pipe[1]);
   ToolResult result;
-  if (!setup.hasBrokenPipe) result.out = Drain(pipe[0], tool, setup.signal);
+  if (!setup.hasBrokenPipe) result.out = Drain(pipe[0], tool, setup.signal, setup.signalBehind);
   int status = 0;
-  EXPECT_EQ(::waitpid(tool, &status, 0), tool);
+  rusage usage{};
+  EXPECT_EQ(::wait4(tool, &status, 0, &usage), tool);
+  result.peakMemory = static_cast<std::uint64_t>(usage.ru_maxrss) << 10U;
   result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : 1000 + WTERMSIG(status);
   if (!setup.hasBrokenPipe) ::close(pipe[0]);
   if (!setup.outputPath.empty()) ::close(out);

@@ -2,10 +2,10 @@
 #define QZMTRAW_TESTS_HOST_SUPPORT_TOOL_H
 
 #include <cstdint>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace qzmtraw::host {
@@ -16,6 +16,8 @@ struct ToolResult {
   int exitCode = -1;
   std::string out;
   std::string err;
+  /// The most memory that it had at a time, in bytes.
+  std::uint64_t peakMemory = 0;
 };
 
 /// The circumstances of a run.
@@ -30,10 +32,11 @@ struct ToolSetup {
   std::optional<std::string> temporaryDirectory{};
   /// Most bytes of a file that the tool may write, as on a disk that is full then.
   std::optional<std::size_t> fileSizeLimit{};
-  /// Bytes of the files that the tool reads, first and one behind the last, at which reading fails with EIO.
-  std::optional<std::pair<std::uint64_t, std::uint64_t>> unreadableBytes{};
-  /// Signal that is sent as soon as something has been written to the caught standard output.
+  /// What fails and where: names and values as Faults.cpp takes them, without QZMTRAW_FAULT_.
+  std::map<std::string, std::string> faults{};
+  /// Signal that is sent as soon as more than so many bytes have come out of the caught standard output.
   int signal = 0;
+  std::size_t signalBehind = 0;
 };
 
 /// Runs the built tool and waits for its end.
