@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "bench/Data.h"
+#include "host/CacheAhead.h"
 #include "host/Registry.h"
 #include "host/ScanLoop.h"
 #include "host/TypeCatalogue.h"
@@ -90,8 +91,13 @@ class Detectors {
 
   [[nodiscard]] std::size_t Count() const { return detectors_.size(); }
 
-  void Scan(const RawSectorBlock& block) {
-    for (std::size_t i = 0; i < detectors_.size(); ++i) ScanWith(i, block);
+  /// \param next  What is scanned next.
+  void Scan(const RawSectorBlock& block, std::span<const std::uint8_t> next = {}) {
+    host::CacheAhead ahead(next, detectors_.size());
+    for (std::size_t i = 0; i < detectors_.size(); ++i) {
+      ScanWith(i, block);
+      ahead.Step();
+    }
   }
   void ScanWith(std::size_t i, const RawSectorBlock& block) {
     detectors_[i].detector->Scan(&block, detectors_[i].isSilent ? nullptr : &sink_);
@@ -110,7 +116,7 @@ class Detectors {
 /// One lane's way through a device.
 class LaneScan {
  public:
-  /// \param copiesBlocks  The detectors get copies of the blocks.
+  /// \param copiesBlocks  The detectors get copies of the blocks into which some of them may write.
   LaneScan(const host::Lane& lane, Device& device, bool copiesBlocks)
       : detectors_(lane), device_(device), reader_(device.bytes), copiesBlocks_(copiesBlocks) {}
 
@@ -121,8 +127,9 @@ class LaneScan {
     prepared.arrive_and_wait();
     const double start = ThreadSeconds();
     do {
-      detectors_.Scan(NextBlock());
+      const RawSectorBlock block = NextBlock();
       Advance();
+      detectors_.Scan(block, NextBytes());
       seconds_ = ThreadSeconds() - start;
     } while (position_ < device_.bytes.size() && seconds_ < mostSeconds);
     byteCount_ = position_ - from;
@@ -133,9 +140,9 @@ class LaneScan {
 
  private:
   RawSectorBlock NextBlock() {
-    const std::span bytes = std::span(device_.bytes).subspan(position_, NextSize());
+    const std::span<std::uint8_t> bytes = NextBytes();
     std::uint8_t* data = bytes.data();
-    if (copiesBlocks_) {
+    if (copiesBlocks_ && host::MayBeWrittenInto(bytes, kSectorSize)) {
       copy_.assign(bytes.begin(), bytes.end());
       data = copy_.data();
     }
@@ -143,6 +150,9 @@ class LaneScan {
             &reader_};
   }
   void Advance() { position_ += NextSize(); }
+  [[nodiscard]] std::span<std::uint8_t> NextBytes() const {
+    return std::span(device_.bytes).subspan(position_, NextSize());
+  }
   [[nodiscard]] std::size_t NextSize() const { return std::min(kBlockSize, device_.bytes.size() - position_); }
 
   Detectors detectors_;

@@ -31,7 +31,8 @@ struct Patience {
 };
 
 /// The rate, in bytes per second of processor time, at which the rows of `lanes` get through a device, each lane on a
-/// thread of its own. Of several lanes each scans copies of the blocks, as in the tool. Not more than has passed all
+/// thread of its own. Of several lanes each scans copies of blocks into which detectors may write, and the next
+/// block is brought into the cache meanwhile, as in the tool. Not more than has passed all
 /// lanes counts. \param device  Some detectors write into it where there is a single lane.
 double ScanRate(const std::vector<host::Lane>& lanes, Device& device, const Patience& patience);
 

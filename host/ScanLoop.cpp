@@ -6,6 +6,7 @@
 #include <span>
 #include <thread>
 
+#include "host/CacheAhead.h"
 #include "host/FindQueue.h"
 #include "host/FindSink.h"
 #include "host/Lanes.h"
@@ -87,13 +88,16 @@ class Scan {
     while (Piece* piece = pieces_.Get(pieceNumber)) {
       for (std::uint64_t sector = 0; sector < piece->sectorCount; sector += kSectorsPerBlock) {
         if (!queue_.Begin(blockNumber)) return;
-        const std::uint64_t sectorCount = std::min<std::uint64_t>(kSectorsPerBlock, piece->sectorCount - sector);
-        const RawSectorBlock block{piece->startSector + sector, BlockMemory(*piece, sector, sectorCount, copy),
+        const std::span<std::uint8_t> bytes = BytesOf(*piece, sector);
+        const std::uint64_t sectorCount = bytes.size() / device_.SectorSize();
+        const RawSectorBlock block{piece->startSector + sector, BlockMemory(bytes, copy),
                                    static_cast<std::int32_t>(sectorCount),
                                    static_cast<std::int32_t>(device_.SectorSize()), &reader};
+        CacheAhead ahead(BytesOf(*piece, sector + sectorCount), lane.size());
         for (const RowDetector& entry : lane) {
           sink.SetRow(entry.row);
           entry.detector->Scan(&block, entry.isSilent ? nullptr : &sink);
+          ahead.Step();
         }
         queue_.End(number, blockNumber, sink.Finds());
         ++blockNumber;
@@ -103,13 +107,17 @@ class Scan {
     }
   }
 
+  /// The bytes of the block that begins at a sector of a piece, counted from the piece's start. None behind its end.
+  std::span<std::uint8_t> BytesOf(Piece& piece, std::uint64_t sector) const {
+    const std::uint64_t count = std::min<std::uint64_t>(kSectorsPerBlock, piece.sectorCount - sector);
+    return std::span(piece.bytes)
+        .subspan(static_cast<std::size_t>(sector * device_.SectorSize()),
+                 static_cast<std::size_t>(count * device_.SectorSize()));
+  }
+
   /// The memory of a block for one lane. Where detectors may write into it each of several lanes gets a copy, in
   /// `copy`.
-  std::uint8_t* BlockMemory(Piece& piece, std::uint64_t sector, std::uint64_t sectorCount,
-                            std::vector<std::uint8_t>& copy) const {
-    const std::span bytes = std::span(piece.bytes)
-                                .subspan(static_cast<std::size_t>(sector * device_.SectorSize()),
-                                         static_cast<std::size_t>(sectorCount * device_.SectorSize()));
+  std::uint8_t* BlockMemory(std::span<std::uint8_t> bytes, std::vector<std::uint8_t>& copy) const {
     if (!hasSeveralLanes_ || !MayBeWrittenInto(bytes, device_.SectorSize())) return bytes.data();
     copy.assign(bytes.begin(), bytes.end());
     return copy.data();
