@@ -1,6 +1,7 @@
 #ifndef QZMTRAW_HOST_CACHE_AHEAD_H
 #define QZMTRAW_HOST_CACHE_AHEAD_H
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -16,24 +17,30 @@ class CacheAhead {
   CacheAhead(std::span<const std::uint8_t> memory, std::size_t steps) {
     if (memory.empty() || memory.size() > kMost || steps == 0) return;
     next_ = memory.data();
-    left_ = memory.size();
-    share_ = (left_ / steps + kLine) / kLine * kLine;
+    end_ = next_ + memory.size();
+    share_ = (kStepsAtOnce * memory.size() / steps + kLine) / kLine * kLine;
   }
 
   void Step() {
-    const std::size_t share = left_ < share_ ? left_ : share_;
-    for (std::size_t i = 0; i < share; i += kLine) __builtin_prefetch(next_ + i);
-    next_ += share;
-    left_ -= share;
+    if (++steps_ % kStepsAtOnce == 0 && next_ != end_) Bring();
   }
 
  private:
+  void Bring() {
+    const std::uint8_t* const end = next_ + std::min(share_, static_cast<std::size_t>(end_ - next_));
+    for (const std::uint8_t* line = next_; line < end; line += kLine) __builtin_prefetch(line);
+    next_ = end;
+  }
+
   static constexpr std::size_t kLine = 64;
   static constexpr std::size_t kMost = std::size_t{64} << 10;
+  /// What a few steps are to bring is brought at once, since asking takes time as well.
+  static constexpr unsigned kStepsAtOnce = 4;
 
   const std::uint8_t* next_ = nullptr;
-  std::size_t left_ = 0;
+  const std::uint8_t* end_ = nullptr;
   std::size_t share_ = 0;
+  unsigned steps_ = 0;
 };
 
 }  // namespace qzmtraw::host

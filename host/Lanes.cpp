@@ -27,9 +27,9 @@ struct Cost {
   unsigned cost;
 };
 constexpr std::array kCosts = {
-    Cost{49, 60},  // texts
-    Cost{260, 20}, Cost{98, 18}, Cost{38, 16}, Cost{290, 16}, Cost{136, 8}, Cost{264, 6}, Cost{0, 4},
-    Cost{77, 4},   Cost{6, 3},   Cost{48, 2},  Cost{120, 2},  Cost{174, 2}, Cost{294, 2},
+    Cost{49, 40},  // texts
+    Cost{260, 12}, Cost{38, 12}, Cost{313, 10}, Cost{98, 8}, Cost{136, 7}, Cost{264, 5}, Cost{6, 4},   Cost{48, 3},
+    Cost{68, 3},   Cost{290, 3}, Cost{0, 2},    Cost{77, 2}, Cost{174, 2}, Cost{180, 2}, Cost{220, 2}, Cost{148, 2},
 };
 
 /// Rows that stay together.

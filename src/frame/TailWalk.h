@@ -126,12 +126,15 @@ class TailWalk : public Detector<Self> {
   /// A tail's beginning, or a whole tail, that the sector ends with, at or behind the offset `from`.
   void FindBeginningOfTail(const Sector& sector, std::size_t from) {
     const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
-    const std::size_t longest = std::min(bytes.size() - from, Self::kTail.Size());
-    for (std::size_t length = longest; length > 0; --length) {
-      if (BeginsWith(Self::kTail, bytes.last(length))) {
-        tailMatched = static_cast<std::uint32_t>(length);
+    constexpr ByteView kFirstByte = ByteView(Self::kTail).first(1);
+    const ByteView end = bytes.last(std::min(bytes.size() - from, Self::kTail.Size()));
+    std::size_t from = 0;
+    while (const std::optional<std::size_t> found = Find(end, kFirstByte, from)) {
+      if (BeginsWith(Self::kTail, end.subspan(*found))) {
+        tailMatched = static_cast<std::uint32_t>(end.size() - *found);
         return;
       }
+      from = *found + 1;
     }
   }
 
