@@ -45,7 +45,7 @@ int OutputStream::Buffer::sync() {
 /// Writes what is buffered before `end`.
 void OutputStream::Buffer::Drain(const char* end) {
   const char* next = pbase();
-  const std::size_t rest = static_cast<std::size_t>(pptr() - end);
+  const auto rest = static_cast<std::size_t>(pptr() - end);
   setp(memory_.data(), memory_.data() + memory_.size());
   while (next < end) {
     const ssize_t count = ::write(descriptor_, next, static_cast<std::size_t>(end - next));
