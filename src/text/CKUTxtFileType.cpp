@@ -43,7 +43,7 @@ class CKUTxtFileType final : public Detector<CKUTxtFileType> {
         fileSize = 0;
         fileOpen = 1;
       }
-      if (fileOpen != 0) CountUnits(sector, sink);
+      CountUnits(sector, sink);
     }
     return static_cast<std::uint32_t>(block.SectorCount());
   }
