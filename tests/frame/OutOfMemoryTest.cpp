@@ -31,7 +31,6 @@ void* AllocateOrThrow(std::size_t size) {
 
 }  // namespace
 
-// NOLINTBEGIN(misc-new-delete-overloads): they come in pairs, one for each form.
 void* operator new(std::size_t size) { return AllocateOrThrow(size); }
 void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
 void* operator new(std::size_t size, const std::nothrow_t& /*tag*/) noexcept { return Allocate(size); }
@@ -42,7 +41,6 @@ void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(me
 void operator delete[](void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
 void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept { std::free(memory); }
 void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept { std::free(memory); }
-// NOLINTEND(misc-new-delete-overloads)
 
 namespace qzmtraw::test {
 namespace {
