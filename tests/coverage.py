@@ -52,7 +52,7 @@ class Source:
                 yield run[0], self.text[run[0]].strip(), f"{len(run)} line{'s' if len(run) > 1 else ''}"
                 run = []
         for (line, column, way), reached in sorted(self.branches.items()):
-            if not reached and self.lines[line]:
+            if not reached and self.lines.get(line, True):
                 yield line, self.text[line][column - 1:].strip(), f"never {way}"
 
 
