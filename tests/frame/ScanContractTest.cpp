@@ -58,24 +58,6 @@ TEST(ScanContract, EverySectorSizeIsTaken) {
   }
 }
 
-TEST(ScanContract, NoHitStartsBehindTheBlockHoweverSmallItsSectors) {
-  const std::uint8_t fillers[] = {0, ' ', 0xFF};
-  for (const Row& row : Rows()) {
-    const Detector detector = CreateDetector(row.index);
-    // A classifier reads a block once.
-    std::uint64_t first = 80000000;
-    for (int sectorSize = 1; sectorSize <= 16; ++sectorSize) {
-      for (const std::uint8_t filler : fillers) {
-        const Device device(9, sectorSize, first, filler);
-        for (const Hit& hit : Scan(*detector, device, {7}, Manner::kFillsRubbish)) {
-          EXPECT_LT(hit.startSector, first + 9) << row.index << " in sectors of " << sectorSize;
-        }
-        first += 100;
-      }
-    }
-  }
-}
-
 TEST(ScanContract, TheRecordReadsZeroAfterAReport) {
   Device device(3);
   device.Put(kFirst, "1234567**ACE**").Put(kFirst + 1, SevenZipHead(1000));
