@@ -1,7 +1,6 @@
 #include "containers/KZipFileSearcher.h"
 
 #include <algorithm>
-#include <cstring>
 
 #include "containers/BeginningFilter.h"
 #include "frame/NullLogger.h"
@@ -10,18 +9,6 @@
 namespace qzmtraw {
 
 namespace {
-
-/// Whether `bytes` begin with the characters of `text`.
-bool BeginWith(ByteView bytes, std::string_view text) {
-  return bytes.size() >= text.size() && std::memcmp(bytes.data(), text.data(), text.size()) == 0;
-}
-
-/// Whether `text` begins with all of `bytes`.
-bool IsBeginningOf(std::string_view text, ByteView bytes) {
-  return bytes.size() <= text.size() &&
-         std::equal(bytes.begin(), bytes.end(), text.begin(),
-                    [](std::uint8_t byte, char character) { return byte == static_cast<std::uint8_t>(character); });
-}
 
 constexpr std::string_view kEndText("PK\5\6\0\0\0\0", KZipFileSearcher::kEnd.Size());
 
@@ -72,7 +59,7 @@ bool KZipFileSearcher::ScanBlock(const Block& block, IRawHitSink* /*sink*/) {
       // In a file whose kind is known a head is that of a member.
       if (fileCode == ZipCode::kZip) StartAt(sector);
     }
-    if (fileOpen != 0) SearchSector(sector);
+    SearchSector(sector);
   }
   return fileOpen != 0;
 }
@@ -149,7 +136,7 @@ std::optional<std::size_t> KZipFileSearcher::FindEndOrNameInside(ByteView bytes,
   std::optional<std::size_t> found;
   const std::size_t positions = bytes.size() - std::min(bytes.size(), kEnd.Size());
   kEndOrName.ForEachCandidate(bytes.data(), positions, [&](std::size_t position) {
-    if (BeginWith(bytes.subspan(position), kEndText)) {
+    if (BeginsWith(bytes.subspan(position), kEnd)) {
       found = position;
       return true;
     }
@@ -161,7 +148,7 @@ std::optional<std::size_t> KZipFileSearcher::FindEndOrNameInside(ByteView bytes,
 /// Looks at the sector's last bytes for the beginning of an end, or a whole one, and for names in front of it.
 void KZipFileSearcher::FindBeginningOfEnd(ByteView bytes, bool watchesForNames) {
   for (std::size_t length = std::min(bytes.size(), kEnd.Size()); length > 0; --length) {
-    if (IsBeginningOf(kEndText, bytes.last(length))) {
+    if (BeginsWith(kEnd, bytes.last(length))) {
       endMatched = static_cast<std::uint32_t>(length);
       return;
     }
@@ -196,11 +183,11 @@ bool KZipFileSearcher::TryGroup(std::uint8_t letter, ByteView bytes, std::size_t
 bool KZipFileSearcher::TryName(const ZipName& name, ByteView bytes, std::size_t position) {
   const ByteView rest = bytes.subspan(position);
   if (name.text.size() < rest.size()) {
-    if (pendingLength > name.text.size() || !BeginWith(rest, name.text.substr(pendingLength))) return false;
+    if (pendingLength > name.text.size() || !BeginsWith(rest, AsBytes(name.text.substr(pendingLength)))) return false;
     fileCode = name.code;
     return true;
   }
-  if (!IsBeginningOf(name.text, rest)) return false;
+  if (!BeginsWith(AsBytes(name.text), rest)) return false;
   pendingLetter = bytes[position];
   pendingLength = static_cast<std::uint32_t>(rest.size());
   return true;

@@ -20,12 +20,11 @@ constexpr TypeRow kTypeTable[] = {
 #undef TYPE
 };
 
-constexpr bool RowsStandAtTheirIndex() {
+static_assert([] {
   std::int32_t expected = 0;
   return std::all_of(std::begin(kTypeTable), std::end(kTypeTable),
                      [&](const TypeRow& row) { return row.index == expected++; });
-}
-static_assert(RowsStandAtTheirIndex());
+}());
 static_assert(std::size(kTypeTable) == 320);
 
 }  // namespace

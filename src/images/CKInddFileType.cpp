@@ -57,7 +57,7 @@ class CKInddFileType final : public ChainWalk<StartOnly<CKInddFileType>> {
     constexpr std::uint32_t kHeaderAndTrailer = 64;
     if (place != first && place >= kSizeLimit) return std::nullopt;
     std::array<std::uint8_t, kHeaderSize> header{};
-    if (!file.Read(header.data(), kHeaderSize)) return std::nullopt;
+    file.Read(header.data(), kHeaderSize);
     if (!std::equal(kStreamBlock.bytes.begin(), kStreamBlock.bytes.end(), header.begin())) return std::nullopt;
     return place + LoadLittle<std::uint32_t>(&header[24]) + kHeaderAndTrailer;
   }

@@ -18,9 +18,8 @@ class GifWalk {
     PassScreen();
     constexpr int kMostBlocks = 1024;
     for (int i = 0; i < kMostBlocks; ++i) {
-      blockStart_ = Position();
       PassBlock();
-      if (trailerSeen_ || bad_ || !IsInsideBlock() || Position() >= kLastPosition) break;
+      if (trailerSeen_ || bad_ || Position() >= kLastPosition) break;
     }
   }
 
@@ -30,8 +29,6 @@ class GifWalk {
 
  private:
   std::int64_t Position() const { return static_cast<std::int64_t>(file_.GetPos()); }
-  /// Whether the walk has got ahead since the block began.
-  bool IsInsideBlock() const { return Position() > blockStart_; }
   /// Bytes of the colour table that goes with these flags.
   static std::uint32_t ColourTableSize(std::uint8_t flags) {
     const bool hasTable = (flags & 0x80U) != 0;
@@ -82,10 +79,6 @@ class GifWalk {
       length = file_.ReadByte();
       file_.Skip(length);
       ++count;
-      if (!IsInsideBlock()) {
-        bad_ = true;
-        return;
-      }
     } while (length != 0 && count < mostLengths_);
   }
 
@@ -111,14 +104,13 @@ class GifWalk {
     do {
       file_.Skip(length);
       ++count;
-      if (count > mostLengths_ || !IsInsideBlock() || Position() > lastPosition) return false;
+      if (count > mostLengths_ || Position() > lastPosition) return false;
       length = file_.ReadByte();
     } while (length != 0);
     return true;
   }
 
   KFileSimulator& file_;
-  std::int64_t blockStart_ = 0;
   /// Lengths in one chain, eight for each line of the picture.
   std::uint32_t mostLengths_ = 0;
   bool bad_ = false;

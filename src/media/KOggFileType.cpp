@@ -42,9 +42,9 @@ class KOggFileType final : public SizedByHead<KOggFileType> {
     if (!simulator.Read(header.data(), header.size()) || !BeginsWith(header, Bytes("OggS"))) return 0;
     const std::uint32_t segmentCount = header.back();
     std::array<std::uint8_t, 255> lengths{};
-    const bool hasLengths = simulator.Read(lengths.data(), segmentCount);
+    simulator.Read(lengths.data(), segmentCount);
     const std::uint32_t segments = std::accumulate(lengths.begin(), lengths.end(), std::uint32_t{0});
-    return static_cast<std::uint32_t>(header.size()) + segmentCount + (hasLengths ? segments : 0);
+    return static_cast<std::uint32_t>(header.size()) + segmentCount + segments;
   }
 };
 

@@ -11,8 +11,7 @@ class CKChrFileType final : public StartOnly<CKChrFileType> {
   static constexpr auto kHead = At(0, "PK\10\10BGI ");
 
   static bool IsHead(const Sector& sector) {
-    const std::int64_t sizes = SizesAt(sector);
-    return kTextAt + TextLength(sector) < sector.Size() && sector.Holds(sizes, 2) && sector.Holds(sizes + 6, 2);
+    return kTextAt + TextLength(sector) < sector.Size() && sector.Holds(SizesAt(sector) + 6, 2);
   }
 
   static std::uint64_t SizeAt(const Sector& sector) {

@@ -19,7 +19,8 @@ class CKOHivFileType final : public StartOnly<CKOHivFileType> {
     KFileSimulator file(sector.RawBlock(), sector.Number(), 0x7FFFFFFF);
     file.SetPos(kBaseBlockSize);
     std::array<std::uint8_t, kBin.Size()> bytes{};
-    return file.Read(bytes.data(), bytes.size()) && bytes == kBin.bytes;
+    file.Read(bytes.data(), bytes.size());
+    return bytes == kBin.bytes;
   }
 
  private:

@@ -42,7 +42,7 @@ class CKUTxtFileType final : public Detector<CKUTxtFileType> {
         fileSize = 0;
         fileOpen = 1;
       }
-      if (fileOpen != 0) CountUnits(sector, sink);
+      CountUnits(sector, sink);
     }
     return fileOpen != 0;
   }

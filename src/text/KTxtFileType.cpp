@@ -17,11 +17,6 @@ constexpr bool IsBodyByte(std::uint8_t byte) { return (byte >= 0x20 && byte <= 0
 /// Bytes with which a sector of a text may begin: not those of a byte order mark.
 constexpr bool IsFirstByte(std::uint8_t byte) { return IsBodyByte(byte) && byte != 0xEF && byte != 0xFE; }
 
-/// Bytes with which no text begins, though a later sector of it may: punctuation.
-constexpr bool NeverStarts(std::uint8_t byte) {
-  return (byte >= 0x21 && byte <= 0x2E && byte != '#') || (byte >= 0x3D && byte <= 0x3F);
-}
-
 /// What a sector's first byte says about a text that would begin there; no bits if none does.
 enum StartBits : std::uint8_t {
   kStarts = 1,
@@ -35,7 +30,9 @@ constexpr std::array<std::uint8_t, 256> kStartByFirstByte = [] {
   std::array<std::uint8_t, 256> starts{};
   for (unsigned value = 0; value < starts.size(); ++value) {
     const auto byte = static_cast<std::uint8_t>(value);
-    if (!IsFirstByte(byte) || NeverStarts(byte)) continue;
+    // No text begins with punctuation, though a later sector of it may.
+    const bool isPunctuation = (byte >= 0x21 && byte <= 0x2E && byte != '#') || (byte >= 0x3D && byte <= 0x3F);
+    if (!IsFirstByte(byte) || isPunctuation) continue;
     starts[byte] = byte > 0x80 ? kStartsAsDoubleByte : kStarts;
   }
   starts['0'] |= kOpensMore;
@@ -158,7 +155,7 @@ void KTxtFileType::PassOver(ByteView sector) {
 }
 
 void KTxtFileType::CloseText() {
-  if (static_cast<std::int64_t>(fileSize) >= kMinimum && textKind != kNoText) {
+  if (static_cast<std::int64_t>(fileSize) >= kMinimum) {
     const bool isCut = textKind < kFirstUncutKind;
     const bool tooLarge = static_cast<std::int64_t>(fileSize) > static_cast<std::int64_t>(maxFileSize);
     hits.push_back({{fileStart, isCut && tooLarge ? maxFileSize : fileSize}, textKind});

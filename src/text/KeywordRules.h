@@ -43,13 +43,12 @@ struct KeywordTest {
   const KeywordList* list = nullptr;
   /// False turns the test's answer round.
   bool wanted = true;
-
-  constexpr KeywordTest operator!() const {
-    KeywordTest opposite = *this;
-    opposite.wanted = !wanted;
-    return opposite;
-  }
 };
+
+consteval KeywordTest operator!(KeywordTest test) {
+  test.wanted = !test.wanted;
+  return test;
+}
 
 /// Tests that must all hold.
 struct KeywordTests {
@@ -106,13 +105,13 @@ inline std::optional<std::size_t> FindKeyword(const KeywordTest& test, const Tex
 
 /// The code of the first rule of the list that holds, or none.
 /// \param find  Gives the first occurrence of a test's literal in the part that it names, or none. One behind the
-///              test's last offset may be left out.
+///              test's last offset is left out.
 template <class FindLiteral>
 std::optional<std::uint32_t> FirstCode(const KeywordList& list, const FindLiteral& find) {
   const auto holds = [&find](const KeywordTest& test) {
     if (test.list != nullptr) return (FirstCode(*test.list, find) == kYes) == test.wanted;
     const std::optional<std::size_t> found = find(test);
-    return (found && *found >= test.from && *found < test.end) == test.wanted;
+    return (found && *found >= test.from) == test.wanted;
   };
   for (const KeywordRule& rule : list.rules) {
     const auto begin = rule.tests.tests.begin();

@@ -158,6 +158,13 @@ TEST_F(BinaryContract, JpegDetectorsTellHeadsInAnOperationBehindTheirDestructor)
     EXPECT_EQ(Operation<CheckHead>(graphics, kCheckHead)(graphics, sector, 7, nullptr), 0);
     EXPECT_EQ(Operation<CheckHead>(graphics, kCheckHead)(graphics, nullptr, 512, &size), 0);
     EXPECT_EQ(size, 5);
+    // The start of image and the first byte of a marker.
+    for (std::size_t i = 0; i < 3; ++i) {
+      std::string changed = sector;
+      changed[i] = '\x7F';
+      EXPECT_EQ(Operation<CheckHead>(camera, kCheckHead)(camera, changed.c_str(), 512, &size), 0) << i;
+      EXPECT_EQ(Operation<CheckHead>(graphics, kCheckHead)(graphics, changed.c_str(), 512, &size), 0) << i;
+    }
   }
   Release(camera);
   Release(graphics);

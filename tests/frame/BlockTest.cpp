@@ -50,6 +50,19 @@ TEST_F(SectorReads, InFrontOfTheBlockGive0) {
   EXPECT_EQ(At(2).U32(std::numeric_limits<std::int64_t>::min()), 0U);
 }
 
+TEST_F(SectorReads, GiveTheBytesThatTheBlockHolds) {
+  const auto count = [&](std::int32_t index, std::int64_t offset) { return At(index).BytesAt(offset, 5).size(); };
+  EXPECT_EQ(At(0).BytesAt(1, 5).front(), 0x22);
+  EXPECT_EQ(At(2).BytesAt(-8, 5).front(), 0x11);
+  EXPECT_EQ(count(0, 7), 5U);
+  EXPECT_EQ(count(0, 8), 4U);
+  EXPECT_EQ(count(2, 3), 1U);
+  EXPECT_EQ(count(2, 4), 0U);
+  EXPECT_EQ(count(2, 5), 0U);
+  EXPECT_EQ(count(2, -9), 0U);
+  EXPECT_EQ(count(1, std::numeric_limits<std::int64_t>::min()), 0U);
+}
+
 TEST_F(SectorReads, FindAStringOnlyWhereItIsWhole) {
   EXPECT_TRUE(At(2).Has(2, Bytes("\xBB\xCC")));
   EXPECT_FALSE(At(2).Has(3, Bytes("\xCC\xDD")));

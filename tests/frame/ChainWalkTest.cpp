@@ -95,6 +95,19 @@ TEST(ChainWalk, ResetGivesTheWholeAllowanceBack) {
   EXPECT_EQ(StepsOf(chain), (1U << 18U) + 1);
 }
 
+TEST(ChainWalk, LoopThatTheAllowanceMeetsButDoesNotFollowToItsFirstRecordEndsWhereItIsSpent) {
+  // Two near steps, then far ones: 100000 into a loop of 50000.
+  const auto placeAfter = [](std::uint64_t steps) { return 12 + 32768 * (steps - 2); };
+  Chain chain([&](std::uint64_t place) {
+    if (place < 12) return std::optional(place + 1);
+    return std::optional(place == placeAfter(149999) ? placeAfter(100000) : place + 32768);
+  });
+  // The loop is seen when the mark set after 131071 steps is met again, 50000 steps on. Half of the 262144 far steps
+  // and some are left by then; 50000 lead ahead, and each pass from there takes two, the first two of them a near one.
+  constexpr std::uint64_t kPasses = 2 + (262144 - (131071 + 50000 - 2) - (50000 - 2) - 2 - 1) / 2;
+  EXPECT_EQ(EndOf(chain), placeAfter(50000 + kPasses));
+}
+
 TEST(ChainWalk, PlacesThatChangeUnderTheWalkDoNotHoldIt) {
   std::uint64_t calls = 0;
   Chain chain([&](std::uint64_t /*place*/) { return std::optional((++calls * 2654435761U) % 7); });

@@ -158,6 +158,7 @@ TEST_F(FileSimulator, IgnoresItsLimit) {
   DeviceReader reader(device_);
   SetBlock(0, 8, &reader);
   KFileSimulator file(&block_, kFirst, 100);
+  EXPECT_EQ(file.Limit(), 100U);
   EXPECT_EQ(ReadAt(file, 5000, 5000), Expected(5000, 5000));
 }
 
@@ -201,6 +202,27 @@ TEST_F(FileSimulator, SeesZerosWithoutAReader) {
   SetBlock(0, 8, nullptr);
   KFileSimulator file(&block_, kFirst, 0);
   EXPECT_EQ(ReadAt(file, 10, 4), std::string(4, '\0'));
+}
+
+TEST_F(FileSimulator, ReadsABlockWithoutDataThroughTheReader) {
+  DeviceReader reader(device_);
+  SetBlock(0, 8, &reader);
+  block_.data = nullptr;
+  KFileSimulator file(&block_, kFirst, 0);
+  EXPECT_EQ(ReadAt(file, 0, 1024), Expected(0, 1024));
+  EXPECT_EQ(reader.Calls(), (Calls{{kFirst, 64}}));
+}
+
+TEST_F(FileSimulator, ReadsNothingInSectorsOfLessThanOneByte) {
+  for (const std::int32_t sectorSize : {0, -1, -512}) {
+    DeviceReader reader(device_);
+    SetBlock(0, 8, &reader);
+    block_.sectorSize = sectorSize;
+    KFileSimulator file(&block_, kFirst, 0);
+    EXPECT_EQ(file.ReadByte(), 0) << sectorSize;
+    EXPECT_EQ(file.GetPos(), 0U) << sectorSize;
+    EXPECT_EQ(reader.Calls(), Calls{}) << sectorSize;
+  }
 }
 
 TEST_F(FileSimulator, EndsAtAnyPositionAfterOnePassMoreThanBytes) {

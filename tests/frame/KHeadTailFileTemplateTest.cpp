@@ -5,6 +5,13 @@
 #include "frame/KHeadTailFileTemplate.h"
 #include "tests/support/Scanning.h"
 
+namespace qzmtraw {
+
+template <>
+IRawFileType* Create<KHeadTailFileTemplate>(const TypeRow& row);
+
+}  // namespace qzmtraw
+
 namespace qzmtraw::test {
 namespace {
 
@@ -170,6 +177,11 @@ TEST_F(FixedSize, OfZeroIsNeverReported) { EXPECT_EQ(ScanFixed(0), Hits{}); }
 TEST_F(FixedSize, IsClippedToTheLimit) {
   EXPECT_EQ(ScanFixed(0xA00000), (Hits{{kFirst + 1, 0xA00000}, {kFirst + 4, 0xA00000}}));
   EXPECT_EQ(ScanFixed(0xA00001), (Hits{{kFirst + 1, 0xA00000}, {kFirst + 4, 0xA00000}}));
+}
+
+TEST(HeadTailRows, WithoutByteStringsHaveNoDetector) {
+  const TypeRow row{92, "KHeadTailFileTemplate", "A kind", "k", Category::kGraphics, Group::kNone, nullptr};
+  EXPECT_EQ(Create<KHeadTailFileTemplate>(row), nullptr);
 }
 
 TEST(HeadTailTexts, MayBeMissing) {

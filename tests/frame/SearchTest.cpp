@@ -23,6 +23,8 @@ TEST(Find, GivesNothingForAStringLongerThanAll) {
 TEST(Find, GivesNoBytesAtOnce) {
   EXPECT_EQ(Find(kHaystack, ByteView(), 3), 3U);
   EXPECT_EQ(Find(ByteView(), ByteView()), 0U);
+  EXPECT_EQ(Find(kHaystack, ByteView(), kHaystack.Size()), kHaystack.Size());
+  EXPECT_EQ(Find(kHaystack, ByteView(), kHaystack.Size() + 1), std::nullopt);
 }
 
 TEST(Find, AgreesWithAPlainSearch) {

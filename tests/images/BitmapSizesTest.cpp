@@ -131,6 +131,14 @@ TEST(BitmapSizes, TgaIsThePlainPictureWithItsHead) {
                {"CKGTgaFileType", Tga(32, 0x8000, 0x1001), (0x100000 >> 3) + 18}});
 }
 
+TEST(BitmapSizes, TgaIsFoundInTheSmallestSectors) {
+  for (const int sectorSize : {1, 2, 3}) {
+    const std::uint64_t sector = kFirst + 12 / static_cast<std::uint64_t>(sectorSize);
+    const Device device = Device(40, sectorSize).Put(sector, Tga(24, 3, 1).substr(0, 18));
+    EXPECT_EQ(Scan(*CreateDetector("CKGTgaFileType"), device), (Hits{{sector, 9 + 18}})) << sectorSize;
+  }
+}
+
 TEST(BitmapSizes, SgiDoublesTheLowBytesOfItsDimensions) {
   ExpectSizes({{"CKGSgiFileType", Sgi(1, 1, 1), 257 * 257 * 257 + 512},
                {"CKGSgiFileType", Sgi(0, 30, 3), 512},

@@ -101,6 +101,11 @@ TEST(CKGPortablegraphics, TextEndsWithItsSector) {
   EXPECT_EQ(ScanSectors({text + " ", blanks}, static_cast<int>(text.size() + 1)), Graymap(3 + 200 + 1));
 }
 
+TEST(CKGPortablegraphics, TwoBlanksDoNotFitIntoTheSmallestSectors) {
+  EXPECT_EQ(ScanSectors({"P2\n1", " 1 1", " 1 1"}, 4), FaceHits{});
+  for (const char* last : {"P2\n", "P/\n", "P2 ", "Q2\n"}) EXPECT_EQ(ScanSectors({"P2\n", " 1 ", last}, 3), FaceHits{});
+}
+
 TEST(CKGPortablegraphics, NumbersAreReadLikeThoseOfC) {
   const auto scan = [](const std::string& text) { return ScanMap("P5\n40 30\n" + text); };
   EXPECT_EQ(scan("\n\t\v\f\r20 10 "), Graymap(3 + 200 + 1));

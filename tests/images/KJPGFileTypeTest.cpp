@@ -330,6 +330,43 @@ TEST(KJPGFileType, WhatWasSearchedInVainIsForgottenWhereABlockDoesNotFollow) {
   EXPECT_EQ(Scan(*detector, with), Sized(40002));
 }
 
+/// A device whose every sector begins with a segment that leads 65536 bytes further, as it begins with a head.
+class SegmentsForEver final : public IRawSectorReader {
+ public:
+  static inline const std::string kSector = "\xFF\xD8\xFF\xE0\xFF\xFEJFIF";
+
+  std::uint32_t ReservedOperation1() override { return 0; }
+  std::uint32_t ReservedOperation2() override { return 0; }
+  std::uint32_t ReservedOperation3() override { return 0; }
+  std::int32_t ReadSectors(std::uint64_t /*startSector*/, void* buffer, std::uint32_t /*sectorCount*/) override {
+    ++calls;
+    std::ranges::copy(kSector, static_cast<char*>(buffer));
+    return 0;
+  }
+  int calls = 0;
+};
+
+TEST(KJPGFileType, WalksEndWhereTheAllowanceForReadingIsSpent) {
+  // A file is walked for 64 MiB, 1024 segments. 256 files take what there is, and each sector but the first earns 256.
+  constexpr int kFiles = 256;
+  const Device heads = [] {
+    Device device(kFiles + 1);
+    for (std::uint64_t i = 0; i <= kFiles; ++i) device.Put(kFirst + i, SegmentsForEver::kSector);
+    return device;
+  }();
+  SegmentsForEver reader;
+  RecordingSink sink;
+  const Detector detector = CreateDetector("KJPGFileType");
+  Feed(*detector, heads, sink, reader);
+  EXPECT_EQ(reader.calls, kFiles * 1024 + 256 + 1);
+  // A frame is near, but there isn't enough left to read what is behind it.
+  const std::uint64_t next = kFirst + kFiles + 1;
+  const Device file = Device(2, 512, next).Put(next, Jpeg(600));
+  EXPECT_EQ(Scan(*detector, file), Hits{});
+  detector->Reset();
+  EXPECT_EQ(Scan(*detector, file), (Hits{{next, 600}}));
+}
+
 TEST(KJPGFileType, BuffersAreGivenBack) {
   // The leak sanitizer watches.
   const Detector detector = CreateDetector("KExifJpgFileType");

@@ -332,6 +332,20 @@ TEST(KTIFileType, IsReadInSectorsOfAnySize) {
   EXPECT_EQ(Feed(DeviceWith(file + "SONY ", 65536)), OneOf(kTif, 3300));
 }
 
+TEST(KTIFileType, DirectoryThatSectorsAreTooLargeToReadLeavesNoHit) {
+  // In sectors of more than 32768 bytes nothing is read but what reaches to the end of one in the block: here the
+  // number of entries.
+  const std::string count = LittleU16(1);
+  const std::string entry = Directory({StripOffset(1000)}).substr(2);
+  for (const int sectorSize : {32768, 32769}) {
+    const std::uint64_t first = kFirst + static_cast<std::uint64_t>(sectorSize);
+    const std::uint32_t directory = static_cast<std::uint32_t>(sectorSize) - 2;
+    Device device(2, sectorSize, first, 0);
+    device.Put(first, Head('I', directory)).Put(first, directory, count + entry);
+    EXPECT_EQ(Feed(device).size(), sectorSize == 32768 ? 1U : 0U);
+  }
+}
+
 TEST(KTIFileType, LimitAndResetOfAFaceChangeNothing) {
   Settle();
   const Device device = DeviceWith(Tiff({StripOffset(5000), StripByteCount(700)}));

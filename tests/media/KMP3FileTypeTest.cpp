@@ -73,6 +73,9 @@ TEST(KMP3FileType, TagLeadsToTheFirstSyncBehind128Bytes) {
   EXPECT_EQ(SizesOf(Frame("ID3" + Frames(1, "\xFF\xFB"), 200) + Frames(512, kFrame96)),
             (Sizes{200 + 512 * 96 + kMargin}));
   EXPECT_EQ(SizesOf(Frame("ID3", 150) + Frame("\xFF\xFB", 50) + Frames(512, kFrame96)), Sizes{});
+  // Half a sync is none.
+  EXPECT_EQ(SizesOf(Frame("ID3", 150) + Frame("\xFF\xFC\xFF", 50) + Frames(512, kFrame96)),
+            (Sizes{200 + 512 * 96 + kMargin}));
 }
 
 TEST(KMP3FileType, TagThatEndsAtByte128IsRefused) {

@@ -378,6 +378,24 @@ TEST(SizeOfFRM, IsGivenUpAbove0x3ffffffe) {
   EXPECT_EQ(scan(49981), (Hits{{kFirst, 0x3fffffff + 2}}));
 }
 
+TEST(SizeOfFRM, EndsWhereTheAllowanceForFarStepsIsSpent) {
+  // Blocks of 32768 zeros, 32768 of them to 1 GiB: eight definitions take what there is, and each sector earns a block.
+  std::vector<std::uint8_t> memory(9 * 512);
+  for (std::size_t sector = 0; sector < 9; ++sector) {
+    memory[sector * 512] = 0xFE;
+    memory[sector * 512 + 1] = 1;
+    memory[sector * 512 + 7] = 0x80;
+    memory[sector * 512 + 33] = 5;
+  }
+  const RawSectorBlock block{kFirst, memory.data(), 9, 512, nullptr};
+  RecordingSink sink;
+  CreateDetector("CKDFrmFileType")->Scan(&block, &sink);
+  Hits expected;
+  for (std::uint64_t sector = 0; sector < 8; ++sector) expected.push_back({kFirst + sector, 0x40000000 + 2});
+  expected.push_back({kFirst + 8, 8 * 0x8000});
+  EXPECT_EQ(sink.Found(), expected);
+}
+
 TEST(Walks, EndWhereSectorsAreTooLargeToBeRead) {
   // No sector of more than 32768 bytes can be read, but for what reaches to the end of one in the block.
   Device messages(3, 40000);

@@ -51,6 +51,12 @@ TEST(KAiFileType, NameIsTakenAsItStands) {
   EXPECT_EQ(ScanAi(AiDevice(0, 100).Put(kFirst, "%PDF-1:4")), Hits{});
 }
 
+TEST(KAiFileType, VersionHasTwoDigits) {
+  for (const char* head : {"%PDF-x.4", "%PDF-1.x", "%PDF-/.4", "%PDF-1.:"}) {
+    EXPECT_EQ(ScanAi(AiDevice(0, 100).Put(kFirst, head)), Hits{}) << head;
+  }
+}
+
 TEST(KAiFileType, ReaderIsAskedForTheNextTwoSectorsOnlyWhenTheFirstNamesNoMaker) {
   const Detector detector = CreateDetector("KAiFileType");
   RecordingSink sink;
