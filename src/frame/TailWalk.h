@@ -128,13 +128,13 @@ class TailWalk : public Detector<Self> {
     const ByteView bytes = this->ThisDetector().SearchedBytes(sector);
     constexpr ByteView kFirstByte = ByteView(Self::kTail).first(1);
     const ByteView end = bytes.last(std::min(bytes.size() - from, Self::kTail.Size()));
-    std::size_t from = 0;
-    while (const std::optional<std::size_t> found = Find(end, kFirstByte, from)) {
+    std::size_t at = 0;
+    while (const std::optional<std::size_t> found = Find(end, kFirstByte, at)) {
       if (BeginsWith(Self::kTail, end.subspan(*found))) {
         tailMatched = static_cast<std::uint32_t>(end.size() - *found);
         return;
       }
-      from = *found + 1;
+      at = *found + 1;
     }
   }
 
