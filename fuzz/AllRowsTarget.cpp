@@ -1,0 +1,3 @@
+#include "fuzz/ScanTarget.h"
+
+SCAN_TARGET("all")
