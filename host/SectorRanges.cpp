@@ -19,6 +19,7 @@ void SectorRanges::Add(std::uint64_t sector) {
 }
 
 bool SectorRanges::Overlaps(std::uint64_t start, std::uint64_t count) const {
+  if (count == 0) return false;
   const auto behind = ranges_.lower_bound(start + count);
   return behind != ranges_.begin() && std::prev(behind)->second > start;
 }

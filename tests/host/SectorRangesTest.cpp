@@ -33,6 +33,7 @@ TEST(SectorRangesTest, FindsOverlaps) {
   EXPECT_FALSE(ranges.Overlaps(7, 3));
   EXPECT_TRUE(ranges.Overlaps(7, 4));
   EXPECT_FALSE(ranges.Overlaps(11, 100));
+  EXPECT_FALSE(ranges.Overlaps(6, 0)) << "no sectors, though a range lies around the place";
   EXPECT_FALSE(SectorRanges().Overlaps(0, 100));
 }
 
