@@ -1,6 +1,8 @@
 #include "fuzz/Invariants.h"
 
 #include <algorithm>
+#include <iterator>
+#include <map>
 #include <span>
 #include <sstream>
 #include <string>
@@ -48,8 +50,7 @@ void Compare(const ScanOutcome& expected, const ScanOutcome& found, const char* 
 }
 
 bool DependsOnTheCut(std::int32_t row) {
-  return std::ranges::any_of(kDependOnCut,
-                             [row](const DependsOnCut& each) { return row >= each.firstRow && row <= each.lastRow; });
+  return std::ranges::find(kDependOnCut, row, &DependsOnCut::row) != std::end(kDependOnCut);
 }
 
 /// Whether the input is one that has to give the same hits in other blocks.
@@ -73,9 +74,19 @@ void CompareCuts(const ScanOutcome& expected, ScanOutcome found) {
   }
 }
 
+/// The limits by row, those of a group at each of its rows.
+std::map<std::int32_t, WorkLimit> LimitsByRow() {
+  std::map<std::int32_t, WorkLimit> limits;
+  for (const WorkLimit& limit : kWork) {
+    for (const std::int32_t row : RowsOfSameGroup(limit.row)) limits[row] = limit;
+  }
+  return limits;
+}
+
 const WorkLimit& LimitOf(std::int32_t row) {
-  return *std::ranges::find_if(kWorkLimits,
-                               [row](const WorkLimit& each) { return row >= each.firstRow && row <= each.lastRow; });
+  static const std::map<std::int32_t, WorkLimit> limits = LimitsByRow();
+  const auto found = limits.find(row);
+  return found == limits.end() ? kUsualWork : found->second;
 }
 
 /// The kinds of a group work together, and it shows at the one that comes first.
@@ -92,7 +103,7 @@ void CheckWork(const ScanInput& input, const ScanOutcome& outcome) {
     if (row.readings.mostBytes > std::max(kCache, 2 * sectorSize)) {
       Fail(NameOf(row.row) + " asks the reader for " + std::to_string(row.readings.mostBytes) + " bytes at once");
     }
-    if (row.steps > limit.stepsPerByte * sectors * sectorSize + limit.stepsPerSector * sectors + limit.stepsOnce) {
+    if (row.steps > kStepsPerByte * sectors * sectorSize + limit.stepsPerSector * sectors + limit.stepsOnce) {
       Fail(NameOf(row.row) + " takes " + std::to_string(row.steps) + " steps for a device of " +
            std::to_string(sectors) + " sectors of " + std::to_string(sectorSize) + " bytes");
     }

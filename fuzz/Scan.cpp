@@ -161,9 +161,8 @@ ScanOutcome Run(const ScanInput& input, const ScanWay& way) {
   ScanOutcome outcome;
   for (const host::Lane& lane : way.lanes) {
     const std::vector<LaneDetector> detectors = CreateDetectors(lane);
-    LaneScan scan(input, way, outcomes);
     if (way.isReset) {
-      scan.ScanInVain(detectors);
+      LaneScan(input, way, outcomes).ScanInVain(detectors);
       Reset(detectors, input.resetKind);
     }
     BringIntoKnownState();
@@ -171,6 +170,7 @@ ScanOutcome Run(const ScanInput& input, const ScanWay& way) {
       const InLibrary inLibrary;
       for (const LaneDetector& each : detectors) each.detector->SetMaxFileSize(*input.maxFileSize);
     }
+    LaneScan scan(input, way, outcomes);
     scan.Scan(detectors);
     outcome.wroteIntoBlocks = outcome.wroteIntoBlocks || scan.WroteIntoBlocks();
   }
