@@ -110,6 +110,14 @@ void CheckWork(const ScanInput& input, const ScanOutcome& outcome) {
   }
 }
 
+/// Whether a scan is too long to be run several times.
+bool TakesLong(const ScanOutcome& outcome) {
+  constexpr std::uint64_t kMostSteps = std::uint64_t{1} << 24U;
+  std::uint64_t steps = 0;
+  for (const RowOutcome& row : outcome.rows) steps += row.steps;
+  return steps > kMostSteps;
+}
+
 /// What the library keeps for good, such as room for hits, may grow with the first scan of a device, but not with
 /// further ones like it.
 void CheckMemory(const ScanInput& input, std::int64_t bytesBefore) {
@@ -142,6 +150,7 @@ void CheckScan(std::span<const std::uint8_t> bytes, std::span<const std::int32_t
   ScanWay way{.cut = &input.cut, .lanes = {InOneLane(input.rows)}};
   const ScanOutcome plain = Run(input, way);
   CheckWork(input, plain);
+  if (TakesLong(plain)) return;
 
   // The order of calls is all the same to a reader that always answers alike.
   if (input.manner != ReaderManner::kServesChangingly) {

@@ -17,6 +17,8 @@ namespace qzmtraw::fuzz {
 ///   which Exceptions.h has.
 /// - After Release the library keeps no more memory than after a scan like it.
 ///
+/// docs/fuzzing.md tells what these are not asked of.
+///
 /// \param rows  Those that the input may choose from, in ascending order.
 void CheckScan(std::span<const std::uint8_t> input, std::span<const std::int32_t> rows);
 
