@@ -1,3 +1,0 @@
-#include "fuzz/ScanTarget.h"
-
-SCAN_TARGET("all")
