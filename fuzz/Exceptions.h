@@ -53,16 +53,15 @@ inline constexpr std::uint64_t kStepsPerByte = 24;
 /// Of kinds that aren't listed below: these look at the block alone.
 inline constexpr WorkLimit kUsualWork = {-1, 0, 0, 4096, 4096, "Looks at the block alone."};
 
-/// Of kinds with an allowance: it grants 2^26 steps once and 256 for each sector. A step may cost two fillings of the
-/// cache, and some twenty edges.
-constexpr WorkLimit AllowanceOf(std::int32_t row) {
-  return {row, 2 * 256 + 8, std::uint64_t{2} << 26U, 1U << 15U, std::uint64_t{20} << 26U, "Has an allowance."};
+/// Of kinds with an allowance (WalkAllowance): it grants 2^26 once and 256 for each sector. One filling of the cache
+/// costs 256, a record may take a few of them, and one takes some twenty edges.
+constexpr WorkLimit AllowanceOf(std::int32_t row, std::uint64_t stepsForPrice = 20) {
+  return {row, 16, std::uint64_t{4} << 18U, 4096 + 256 * stepsForPrice, stepsForPrice << 26U, "Has an allowance."};
 }
 
 inline constexpr WorkLimit kWork[] = {
-    {0, 40000, 0, 1U << 29U, 0,
-     "Each head has tables and a directory of at most 34816 sectors, and of 128 MiB, that are read; their entries are "
-     "compared with some seventy names."},
+    // Of a document with sectors of 32 MiB every number is looked at for the price of one reading.
+    AllowanceOf(0, 200),
     {36, 2, 0, 4096, 4096, "One field is read."},
     {39, 8, 0, 1U << 17U, 0, "The first 4096 characters of a document are read, and searched several times."},
     AllowanceOf(63),
@@ -84,11 +83,11 @@ inline constexpr WorkLimit kWork[] = {
     {180, 60010, 0, 1U << 22U, 0, "Up to 30000 frames are followed."},
     {181, 16, 0, 4096, 4096, "As row 178."},
     AllowanceOf(183),
-    {185, 65536, 0, 1U << 22U, 0, "Up to 32767 tracks are followed."},
-    {187, 80010, 0, 1U << 26U, 0, "Up to 20000 pages of up to 255 segments are followed."},
+    AllowanceOf(185),
+    AllowanceOf(187),
     {190, 4, 1U << 15U, 1U << 12U, 1U << 28U,
      "Up to 2730665 packets are followed; no sector up to their end is a head."},
-    {192, 200010, 0, 1U << 23U, 0, "Up to 99999 indexes are followed."},
+    AllowanceOf(192),
     AllowanceOf(195),
     AllowanceOf(205),
     AllowanceOf(214),
@@ -97,7 +96,7 @@ inline constexpr WorkLimit kWork[] = {
     AllowanceOf(257),
     {260, 8, 0, 1U << 17U, 0, "As row 39."},
     {287, 8, 0, 1U << 13U, 0, "A few fields are read."},
-    {290, 262150, 0, 1U << 24U, 0, "Up to 131070 headers are read."},
+    AllowanceOf(290),
     {295, 8, 0, 1U << 21U, 0, "The headers are read, and up to 65535 entries are added up."},
     {317, 8, 0, 1U << 14U, 0, "A short text is searched for its end, and up to 255 sizes are added up."},
 };

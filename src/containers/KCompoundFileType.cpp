@@ -16,8 +16,9 @@ class KCompoundFileType final : public SharedClassifier<KCompoundFileType> {
 
   std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* /*sink*/) override {
     const Block block(rawBlock);
+    allowance_.EarnUpTo(block.StartSector());
     ForEachHead(*this, block, [&](const Sector& sector) {
-      const KCompoundReader document(rawBlock, sector.Number());
+      const KCompoundReader document(rawBlock, sector.Number(), allowance_);
       const auto size = static_cast<std::int32_t>(document.Size());
       if (size < kMinimum) return;
       const CompoundKind kind = KindOf(document);
@@ -33,6 +34,8 @@ class KCompoundFileType final : public SharedClassifier<KCompoundFileType> {
   void Keep(const Sector& sector, std::int32_t size, CompoundKind kind) {
     hits.push_back({{sector.Number(), static_cast<std::uint64_t>(size)}, static_cast<std::uint32_t>(kind)});
   }
+
+  WalkAllowance allowance_;
 };
 
 #define COMPOUND_FACE(Class, kind)                                                                              \
