@@ -36,8 +36,8 @@ namespace {
 using namespace qzmtraw::host;
 
 const TypeCatalogue& Catalogue() {
-  static const TypeCatalogue catalogue = ReadTypeCatalogue(OpenRegistry());
-  return catalogue;
+  static const TypeCatalogue kCatalogue = ReadTypeCatalogue(OpenRegistry());
+  return kCatalogue;
 }
 
 bool IsHarmless(const std::string& text) {
@@ -97,6 +97,7 @@ void ParseCommandLineOf(Choices choices) {
   std::istringstream words(choices.Rest());
   for (std::string word; std::getline(words, word, '\0');) arguments.push_back(word);
   std::vector<const char*> pointers;
+  pointers.reserve(arguments.size());
   for (const std::string& argument : arguments) pointers.push_back(argument.c_str());
   // Nothing may be written, wherever an input leads.
   if (std::ranges::find(arguments, "recover") != arguments.end()) return;

@@ -84,9 +84,9 @@ std::map<std::int32_t, WorkLimit> LimitsByRow() {
 }
 
 const WorkLimit& LimitOf(std::int32_t row) {
-  static const std::map<std::int32_t, WorkLimit> limits = LimitsByRow();
-  const auto found = limits.find(row);
-  return found == limits.end() ? kUsualWork : found->second;
+  static const std::map<std::int32_t, WorkLimit> kLimits = LimitsByRow();
+  const auto found = kLimits.find(row);
+  return found == kLimits.end() ? kUsualWork : found->second;
 }
 
 /// The kinds of a group work together, and it shows at the one that comes first.

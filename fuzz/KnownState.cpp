@@ -135,8 +135,8 @@ class Cleaner {
 
 void BringIntoKnownState() {
   // Lives as long as the process, as what it cleans.
-  static Cleaner* const cleaner = new Cleaner;
-  cleaner->Clean();
+  static auto* const kCleaner = new Cleaner;
+  kCleaner->Clean();
 }
 
 }  // namespace qzmtraw::fuzz

@@ -61,8 +61,8 @@ RowLists MakeRowLists() {
 }
 
 const host::TypeCatalogue& Catalogue() {
-  static const host::TypeCatalogue catalogue = host::ReadTypeCatalogue(*GetRawFileTypeFactory());
-  return catalogue;
+  static const host::TypeCatalogue kCatalogue = host::ReadTypeCatalogue(*GetRawFileTypeFactory());
+  return kCatalogue;
 }
 
 const host::TypeInfo& TypeOf(std::int32_t row) { return Catalogue().at(static_cast<std::size_t>(row)); }
@@ -70,8 +70,8 @@ const host::TypeInfo& TypeOf(std::int32_t row) { return Catalogue().at(static_ca
 }  // namespace
 
 std::span<const std::int32_t> RowsOf(std::string_view subsystem) {
-  static const RowLists lists = MakeRowLists();
-  return lists.at(subsystem);
+  static const RowLists kLists = MakeRowLists();
+  return kLists.at(subsystem);
 }
 
 std::vector<std::int32_t> RowsOfSameGroup(std::int32_t row) {

@@ -19,25 +19,25 @@ std::int64_t LibraryBytes();
 /// Around every call of the library.
 class InLibrary {
  public:
-  InLibrary() { ++depth_; }
+  InLibrary() { ++depth; }
   InLibrary(const InLibrary&) = delete;
   InLibrary& operator=(const InLibrary&) = delete;
-  ~InLibrary() { --depth_; }
+  ~InLibrary() { --depth; }
 
-  static bool IsInside() { return depth_ > 0; }
+  static bool IsInside() { return depth > 0; }
 
  private:
   friend class OutOfLibrary;
-  static inline int depth_ = 0;
+  static inline int depth = 0;
 };
 
 /// Around what the library calls of its host.
 class OutOfLibrary {
  public:
-  OutOfLibrary() : depth_(InLibrary::depth_) { InLibrary::depth_ = 0; }
+  OutOfLibrary() : depth_(InLibrary::depth) { InLibrary::depth = 0; }
   OutOfLibrary(const OutOfLibrary&) = delete;
   OutOfLibrary& operator=(const OutOfLibrary&) = delete;
-  ~OutOfLibrary() { InLibrary::depth_ = depth_; }
+  ~OutOfLibrary() { InLibrary::depth = depth_; }
 
  private:
   int depth_;
