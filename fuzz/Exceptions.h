@@ -21,9 +21,14 @@ inline constexpr DependsOnCut kDependOnCut[] = {
     {58, "As row 48."},
     {70, "The walk begins at a sector whose number is worked out from the head's place in the block."},
     {91, "The size counts the two bytes in front of the head, if the block has them."},
+    {108, "The page description is looked for where the head says, if the block has it."},
     {174, "A file that is too small leaves its kind to the next one in the block."},
     {175, "As row 174."},
     {176, "As row 174."},
+    {264,
+     "What follows the last tag is searched up to 46 bytes behind it, also in the next sector, if the block has it."},
+    {287, "Where sectors don't divide 4096, the block and the file have the first bin at different places."},
+    {316, "The sizes stand behind a text that may end with its sector."},
     {317, "The fields that the head leads to count as far as the block holds them."},
 };
 
