@@ -12,9 +12,9 @@
 namespace qzmtraw {
 
 /// The work that a detector may put into following chains. Every record costs, and the farther it is from the last one
-/// the more, because the host has to read it; and every sector that the scan passes earns. A chain of any real file takes a
-/// small part of what there is at the start. But a device on which each sector heads a chain through all the others
-/// would take a time that grows with the square of its size; here it grows with the size alone.
+/// the more, because the host has to read it; and every sector that the scan passes earns. A chain of any real file
+/// takes a small part of what there is at the start. But a device on which each sector heads a chain through all the
+/// others would take a time that grows with the square of its size; here it grows with the size alone.
 class WalkAllowance {
  public:
   /// \param number  The sector at which a chain begins.
