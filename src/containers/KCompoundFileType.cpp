@@ -14,9 +14,14 @@ class KCompoundFileType final : public SharedClassifier<KCompoundFileType> {
   static constexpr std::uint64_t kFirstKey = 0;
   static constexpr KeyStored kKeyStored = KeyStored::kAfterScan;
 
+  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
+    allowance_.EarnUpTo(Block(rawBlock).StartSector());
+    return SharedClassifier::Scan(rawBlock, sink);
+  }
+
   bool ScanBlock(const Block& block, IRawHitSink* /*sink*/) {
     ForEachHead(*this, block, [&](const Sector& sector) {
-      const KCompoundReader document(block.Raw(), sector.Number());
+      const KCompoundReader document(block.Raw(), sector.Number(), allowance_);
       const auto size = static_cast<std::int32_t>(document.Size());
       if (size < kMinimum) return;
       const CompoundKind kind = KindOf(document);
@@ -32,6 +37,8 @@ class KCompoundFileType final : public SharedClassifier<KCompoundFileType> {
   void Keep(const Sector& sector, std::int32_t size, CompoundKind kind) {
     hits.push_back({{sector.Number(), static_cast<std::uint64_t>(size)}, static_cast<std::uint32_t>(kind)});
   }
+
+  WalkAllowance allowance_;
 };
 
 #define COMPOUND_FACE(Class, kind)                                                                              \

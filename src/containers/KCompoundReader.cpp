@@ -32,9 +32,10 @@ void AsFarAsMemoryGoes(Step step) {
 
 }  // namespace
 
-KCompoundReader::KCompoundReader(const RawSectorBlock* block, std::uint64_t startSector)
-    : simulator(new (std::nothrow) KFileSimulator(block, startSector, kSimulatorLimit)) {
+KCompoundReader::KCompoundReader(const RawSectorBlock* block, std::uint64_t startSector, WalkAllowance& allowance)
+    : simulator(new (std::nothrow) KFileSimulator(block, startSector, kSimulatorLimit)), allowance_(allowance) {
   if (!simulator) return;
+  allowance_.EarnUpTo(startSector);
   simulator->Read(header.bytes.data(), kHeaderSize);
   if (!header.IsValid()) return;
   sectorSize = header.SectorSize();
@@ -73,7 +74,7 @@ void KCompoundReader::LoadFat() {
   const std::uint32_t listed = std::min(header.FatSectors(), static_cast<std::uint32_t>(difat.size()));
   const std::uint32_t sectors = Cut(listed, kMaxTableSectors);
   for (std::uint32_t i = 0; i < sectors && IsInReach(difat[i]); ++i) {
-    ReadSector(difat[i]);
+    if (!ReadSector(difat[i])) return;
     AppendSectorTo(fat);
   }
 }
@@ -90,7 +91,7 @@ void KCompoundReader::LoadChain(std::uint32_t first, std::uint32_t sectors, Chai
                                 std::vector<std::uint32_t>& table) {
   std::uint32_t sector = first;
   for (std::uint32_t i = 0; i < sectors && IsPositive(sector) && IsInReach(sector); ++i) {
-    ReadSector(chain == Chain::kFollowed ? sector : first);
+    if (!ReadSector(chain == Chain::kFollowed ? sector : first)) return;
     sector = AppendSectorTo(table);
   }
 }
@@ -103,7 +104,7 @@ void KCompoundReader::WalkDirectory() {
   const std::uint32_t sectors = Cut(kMaxDirectorySectors, kMaxDirectorySectors);
   std::uint32_t sector = header.FirstDirectorySector();
   for (std::uint32_t pass = 0; pass < sectors; ++pass) {
-    ReadSector(sector);
+    if (!ReadSector(sector)) return;
     const bool allBad = StoreEntries() == entriesPerSector;
     if (sector >= fat.size()) return;
     sector = fat[sector];
@@ -182,11 +183,14 @@ std::uint32_t KCompoundReader::Cut(std::uint32_t sectors, std::uint32_t limit) c
 }
 
 /// The header takes the place of the sector before sector 0. The position wraps at 32 bits. What can't be read is zero.
-void KCompoundReader::ReadSector(std::uint32_t sector) {
+/// \return Whether the allowance had enough left.
+bool KCompoundReader::ReadSector(std::uint32_t sector) {
+  if (!allowance_.PayReading(sectorSize)) return false;
   std::fill_n(sectorBytes_.get(), sectorSize, std::uint8_t{0});
   const std::uint32_t position = (sector + 1) * sectorSize;
   simulator->SetPos(position);
   simulator->Read(sectorBytes_.get(), sectorSize);
+  return true;
 }
 
 /// Takes the numbers in the sector that was read last into a table.

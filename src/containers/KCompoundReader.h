@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "frame/Bytes.h"
+#include "frame/ChainWalk.h"
 #include "frame/KFileSimulator.h"
 
 namespace qzmtraw {
@@ -17,8 +18,8 @@ namespace qzmtraw {
 /// file's size, which stands nowhere in the file. It reads everything when it is made.
 ///
 /// What the file says about itself is not trusted. Whatever it says, a reader takes at most kMaxTableSectors sectors
-/// into each of its tables, kMaxDirectorySectors into its directory, and kMaxTableBytes into any of them. A table that
-/// is cut counts as far as it was read.
+/// into each of its tables, kMaxDirectorySectors into its directory, and kMaxTableBytes into any of them, and no more
+/// than the allowance has left. A table that is cut counts as far as it was read.
 class KCompoundReader {
  public:
   static constexpr std::uint32_t kMaxTableSectors = 8192;
@@ -32,7 +33,8 @@ class KCompoundReader {
 
   /// \param block        The block under scan. It must outlive the reader.
   /// \param startSector  The device's sector at which the file starts.
-  KCompoundReader(const RawSectorBlock* block, std::uint64_t startSector);
+  /// \param allowance    Pays for what is read of the tables. It must outlive the reader.
+  KCompoundReader(const RawSectorBlock* block, std::uint64_t startSector, WalkAllowance& allowance);
 
   /// The estimate of the file's size in bytes. It errs on the large side. 0 when the header isn't one.
   std::uint32_t Size() const { return size; }
@@ -93,11 +95,12 @@ class KCompoundReader {
 
   bool IsInReach(std::uint32_t sector) const { return sector <= 0x7fffffffU / sectorSize; }
   std::uint32_t Cut(std::uint32_t sectors, std::uint32_t limit) const;
-  void ReadSector(std::uint32_t sector);
+  bool ReadSector(std::uint32_t sector);
   std::uint32_t AppendSectorTo(std::vector<std::uint32_t>& table) const;
   std::uint32_t RoundedUp(std::uint32_t byteCount) const;
 
   std::unique_ptr<KFileSimulator> simulator;
+  WalkAllowance& allowance_;
   Header header;
   std::uint32_t sectorSize = 512;
   /// The sector of the file that was read last.

@@ -11,27 +11,34 @@
 
 namespace qzmtraw {
 
-/// The work that a detector may put into following chains. Every record costs, one that isn't near the last one costs
-/// more, because the host has to read it, and every sector that the scan passes earns. A chain of any real file takes a
-/// small part of what there is at the start. But a device on which each sector heads a chain through all the others
-/// would take a time that grows with the square of its size; here it grows with the size alone.
+/// The work that a detector may put into following chains. Every record costs, and the farther it is from the last one
+/// the more, because the host has to read it; and every sector that the scan passes earns. A chain of any real file
+/// takes a small part of what there is at the start. But a device on which each sector heads a chain through all the
+/// others would take a time that grows with the square of its size; here it grows with the size alone.
 class WalkAllowance {
  public:
   /// \param number  The sector at which a chain begins.
   void EarnUpTo(std::uint64_t number) {
-    // A scan that starts anew begins at a lower number, which counts as a long way.
+    // A scan that starts anew begins at a lower number, which counts as a long way. So does a block without sectors,
+    // whose number is 0, after any other: what the classifiers of a process have spent is given back by it.
     const std::uint64_t passed = number - lastSector_;
     lastSector_ = number;
     left_ = passed >= kMost / kPerSector ? kMost : std::min(kMost, left_ + passed * kPerSector);
   }
 
-  /// Pays for the step between two records. \return Whether there was enough left.
+  /// Pays for the step between two records. A step to what a file simulator may have read already costs its share of
+  /// that reading. \return Whether there was enough left.
   bool PayStep(std::uint64_t from, std::uint64_t to) {
-    return Pay(to - from < KFileSimulator::kCacheSize ? 1 : kPriceOfReading);
+    constexpr std::uint64_t kBytesForPrice = KFileSimulator::kCacheSize / kPriceOfReading;
+    const std::uint64_t distance = to - from;
+    return Pay(distance < KFileSimulator::kCacheSize ? 1 + distance / kBytesForPrice : kPriceOfReading);
   }
 
   /// Pays for reading as much at once as a file simulator keeps. \return Whether there was enough left.
   bool PayReading() { return Pay(kPriceOfReading); }
+
+  /// Pays for reading so many bytes at once. \return Whether there was enough left.
+  bool PayReading(std::uint64_t bytes) { return Pay(kPriceOfReading * (1 + bytes / KFileSimulator::kCacheSize)); }
 
  private:
   static constexpr std::uint64_t kMost = std::uint64_t{1} << 26;

@@ -24,8 +24,8 @@ std::uint32_t HeadGate::ScanThoroughly(const RawSectorBlock* rawBlock, IRawHitSi
 
 void HeadGate::ShowBlocksTo(BlockScan scanBlock, std::span<const Probe> probes) {
   scanBlock_ = scanBlock;
-  const bool isShort = std::all_of(probes.begin(), probes.end(),
-                                   [](const Probe& probe) { return probe.Reach() <= kUsualSectorSize; });
+  const bool isShort =
+      std::all_of(probes.begin(), probes.end(), [](const Probe& probe) { return probe.Reach() <= kUsualSectorSize; });
   if (probes.empty() || !isShort) return;
   probe_ = probes.front();
   moreProbes_ = probes.subspan(1);

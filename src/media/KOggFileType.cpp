@@ -1,6 +1,7 @@
 #include <array>
 #include <numeric>
 
+#include "frame/ChainWalk.h"
 #include "frame/KFileSimulator.h"
 #include "frame/Search.h"
 #include "frame/SizedByHead.h"
@@ -22,13 +23,19 @@ class KOggFileType final : public SizedByHead<KOggFileType> {
     return (sector.U8(5) & kBeginningOfStream) != 0;
   }
 
-  static std::int32_t SizeAt(const Sector& sector) {
+  std::int32_t Reset() override {
+    allowance_ = {};
+    return SizedByHead::Reset();
+  }
+
+  std::int32_t SizeAt(const Sector& sector) {
     constexpr int kMostPages = 20000;
     KFileSimulator simulator(sector.RawBlock(), sector.Number(), 512);
+    allowance_.EarnUpTo(sector.Number());
     std::uint32_t offset = 0;
     for (int page = 0; page < kMostPages; ++page) {
       const std::uint32_t size = PageSizeAt(simulator, offset);
-      if (size == 0) break;
+      if (size == 0 || !allowance_.PayStep(0, size)) break;
       offset += size;
     }
     return static_cast<std::int32_t>(offset);
@@ -46,6 +53,8 @@ class KOggFileType final : public SizedByHead<KOggFileType> {
     const std::uint32_t segments = std::accumulate(lengths.begin(), lengths.end(), std::uint32_t{0});
     return static_cast<std::uint32_t>(header.size()) + segmentCount + segments;
   }
+
+  WalkAllowance allowance_;
 };
 
 DETECTOR(KOggFileType);

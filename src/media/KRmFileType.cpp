@@ -1,5 +1,6 @@
 #include <array>
 
+#include "frame/ChainWalk.h"
 #include "frame/KFileSimulator.h"
 #include "frame/Search.h"
 #include "frame/SizedByHead.h"
@@ -14,15 +15,21 @@ class KRmFileType final : public SizedByHead<KRmFileType> {
   static constexpr std::int32_t kFloor = 512;
   static constexpr std::uint64_t kDefaultMaxFileSize = 0x7FFF0000;
 
+  std::int32_t Reset() override {
+    allowance_ = {};
+    return SizedByHead::Reset();
+  }
+
   /// The end of the index; 0 if the data isn't where it belongs. The sum wraps at 32 bits.
-  static std::int32_t SizeAt(const Sector& sector) {
+  std::int32_t SizeAt(const Sector& sector) {
     constexpr int kMostIndexes = 99999;
     KFileSimulator simulator(sector.RawBlock(), sector.Number(), 0x100000);
     if (!ChunkAt(simulator, sector.BigU32(60), Bytes("DATA"))) return 0;
+    allowance_.EarnUpTo(sector.Number());
     std::uint32_t size = sector.BigU32(56);
     for (int i = 0; i < kMostIndexes; ++i) {
       const std::optional<std::uint32_t> chunkSize = ChunkAt(simulator, size, Bytes("INDX"));
-      if (!chunkSize || *chunkSize == 0) break;
+      if (!chunkSize || *chunkSize == 0 || !allowance_.PayStep(0, *chunkSize)) break;
       size += *chunkSize;
     }
     return static_cast<std::int32_t>(size);
@@ -36,6 +43,8 @@ class KRmFileType final : public SizedByHead<KRmFileType> {
     if (!simulator.Read(chunk.data(), chunk.size()) || !BeginsWith(chunk, name)) return std::nullopt;
     return LoadBig<std::uint32_t>(&chunk[4]);
   }
+
+  WalkAllowance allowance_;
 };
 
 DETECTOR(KRmFileType);

@@ -1,6 +1,7 @@
 #include <array>
 #include <concepts>
 
+#include "frame/ChainWalk.h"
 #include "frame/KFileSimulator.h"
 #include "frame/SharedClassifier.h"
 
@@ -24,6 +25,11 @@ class CKOElfFileType final : public SharedClassifier<CKOElfFileType> {
   static constexpr std::int32_t kFloor = 512;
 
   CKOElfFileType() { SetTexts("ELF Unix file", ""); }
+
+  std::uint32_t Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) override {
+    allowance_.EarnUpTo(Block(rawBlock).StartSector());
+    return SharedClassifier::Scan(rawBlock, sink);
+  }
 
   bool ScanBlock(const Block& block, IRawHitSink* /*sink*/) {
     ForEachHead(*this, block, [&](const Sector& sector) {
@@ -73,12 +79,12 @@ class CKOElfFileType final : public SharedClassifier<CKOElfFileType> {
     }
   }
 
-  static std::uint64_t SizeOf(const Sector& sector) {
+  std::uint64_t SizeOf(const Sector& sector) {
     return sector.U8(4) == 1 ? SizeOf<std::uint32_t>(sector) : SizeOf<std::uint64_t>(sector);
   }
 
   template <std::unsigned_integral Word>
-  static std::uint64_t SizeOf(const Sector& sector) {
+  std::uint64_t SizeOf(const Sector& sector) {
     using Fields = Layout<Word>;
     const auto word = [&](std::int64_t offset) {
       return static_cast<Word>(sizeof(Word) == 8 ? sector.U64(offset) : sector.U32(offset));
@@ -89,6 +95,7 @@ class CKOElfFileType final : public SharedClassifier<CKOElfFileType> {
     const Table<Word> sections{word(Fields::kSectionTableAt), sector.U16(kCounts + 6), sector.U16(kCounts + 8)};
 
     KFileSimulator file(sector.RawBlock(), sector.Number(), 0x10000);
+    allowance_.EarnUpTo(sector.Number());
     std::uint64_t size = 0;
     ForEachEntry<Fields::kSegmentHeaderSize>(
         file, segments, [&](const auto& entry) { size += LoadLittle<Word>(&entry[Fields::kSegmentSizeAt]); });
@@ -101,16 +108,20 @@ class CKOElfFileType final : public SharedClassifier<CKOElfFileType> {
   }
 
   /// Calls `visit` with the first bytes of every entry. An entry that can't be read leaves those of the one before.
+  /// Tables are read as far as the allowance goes.
   template <std::size_t kBytesRead, std::unsigned_integral Word, class Visit>
-  static void ForEachEntry(KFileSimulator& file, const Table<Word>& table, Visit visit) {
+  void ForEachEntry(KFileSimulator& file, const Table<Word>& table, Visit visit) {
     std::array<std::uint8_t, kBytesRead> entry{};
     Word position = table.position;
     for (std::uint32_t i = 0; i < table.entryCount; ++i, position += table.entrySize) {
+      if (!allowance_.PayStep(0, i == 0 ? 0 : table.entrySize)) return;
       file.SetPos(position);
       file.Read(entry.data(), kBytesRead);
       visit(entry);
     }
   }
+
+  WalkAllowance allowance_;
 };
 
 #define ELF_FACE(Class, kCode)                                               \

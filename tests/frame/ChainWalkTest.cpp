@@ -73,8 +73,13 @@ TEST(ChainWalk, EndlessChainsAreCutAndFarStepsCostMore) {
   EXPECT_EQ(StepsOf(far), kFarSteps + 1);
   Chain back([](std::uint64_t place) { return std::optional(place - 1); });
   EXPECT_EQ(StepsOf(back), kFarSteps + 1);
-  Chain nearAtLast([](std::uint64_t place) { return std::optional(place + (place < 1000 * 32768 ? 32767 : 32768)); });
-  EXPECT_EQ(StepsOf(nearAtLast), kFarSteps + 1000 - 3 + 1);
+  Chain almostFar([](std::uint64_t place) { return std::optional(place + 32767); });
+  EXPECT_EQ(StepsOf(almostFar), kFarSteps + 1);
+  Chain halfAsFar([](std::uint64_t place) { return std::optional(place + 16383); });
+  EXPECT_EQ(StepsOf(halfAsFar), 2 * kFarSteps + 1);
+  // 101 each.
+  Chain nearAtFirst([](std::uint64_t place) { return std::optional(place + (place < 12800000 ? 12800 : 32768)); });
+  EXPECT_EQ(StepsOf(nearAtFirst), 1000 + (kFarSteps * 256 - 101000) / 256 + 1);
 }
 
 TEST(ChainWalk, AllowanceIsEarnedBySectors) {
