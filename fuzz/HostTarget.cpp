@@ -190,7 +190,7 @@ void ReadDeviceOf(Choices choices) {
     Check(!isRead || isWhole, "a read succeeds that can't");
     if (!device.IsLost()) Check(isRead == isWhole, "a read fails that can succeed");
   }
-  Check(device.Unreadable().SectorCount() <= device.SectorCount(), "more sectors fail than there are");
+  Check(device.Unreadable().Count() <= device.SectorCount(), "more sectors fail than there are");
 }
 
 /// What is taken for a find lies on the device.

@@ -20,7 +20,8 @@ TEST(KCompoundReader, HasNoStreamOfANameThatAnEntryCannotHold) {
   const Device device = Device(64).Put(first, bytes);
   DeviceReader reader(device);
   ForEachBlock(device, reader, {}, [&](const RawSectorBlock& block) {
-    const KCompoundReader document(&block, first);
+    WalkAllowance allowance;
+    const KCompoundReader document(&block, first, allowance);
     EXPECT_TRUE(document.HasStream(std::string(31, 'N')));
     EXPECT_FALSE(document.HasStream(std::string(30, 'N')));
     EXPECT_FALSE(document.HasStream(std::string(32, 'N')));

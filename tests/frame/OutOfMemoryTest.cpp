@@ -171,7 +171,8 @@ TEST(OutOfMemory, TablesOfACompoundDocumentEndWhereMemoryDoes) {
     std::optional<Told> now;
     {
       const Failing failing(allocation);
-      const KCompoundReader document(&block, kFirst);
+      WalkAllowance allowance;
+      const KCompoundReader document(&block, kFirst, allowance);
       now = Told{document.Size(), document.HasStream("PageMaker"), document.HasStream("Other")};
       hasFailed = Failing::HasFailed();
     }
