@@ -9,9 +9,14 @@
 ///     kFloor                   least sector size in bytes at which a head is looked for; 0 unless stated
 ///     kHints                   the answer of GetSizeHints; none unless stated
 ///
-/// and what its pattern asks for besides. Patterns call these members of `Self` directly, so that every kind gets a
-/// loop of its own with its head compiled into it. A class that fits no pattern derives from Detector<Self> and writes
-/// its own Scan. `DETECTOR(Self);` behind the class ties it to its row of the table.
+/// and what its pattern asks for besides. A pattern, and a class that fits none and derives from Detector<Self>, has
+///
+///     bool ScanBlock(const Block& block, IRawHitSink* sink)
+///
+/// which the HeadGate calls for blocks in which there may be something to see, and which says whether a file is open
+/// after it. Patterns call members of `Self` directly, so that every kind has code of its own with its head compiled
+/// into it. A class that has to see every block overrides Scan. `DETECTOR(Self);` behind the class ties it to its row of
+/// the table.
 
 #include <cstddef>
 #include <cstdint>

@@ -18,7 +18,10 @@ std::uint32_t HeadGate::Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) 
 
 std::uint32_t HeadGate::ScanThoroughly(const RawSectorBlock* rawBlock, IRawHitSink* sink) {
   const Block block(rawBlock);
-  if (block.SectorCount() != 0) isOpen_ = scanBlock_(*this, block, sink);
+  if (block.SectorCount() == 0) return 0;
+  // Should a sink throw, the next block is shown.
+  isOpen_ = true;
+  isOpen_ = scanBlock_(*this, block, sink);
   return static_cast<std::uint32_t>(block.SectorCount());
 }
 
