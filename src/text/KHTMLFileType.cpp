@@ -44,10 +44,9 @@ class KHTMLFileType final : public HeadTail<KHTMLFileType> {
     const DocumentHead head(sector, EncodingOf(sector), kDefaultMaxFileSize);
     const std::optional<std::size_t> openingEnd = head.Seek(*opening + 4, 2048, '>', '<');
     if (!openingEnd) return false;
-    for (std::size_t unit = *openingEnd + 1; unit < 4089; ++unit) {
-      if (!BeginsWith(head.From(unit), tags.closing, LetterCase::kIgnored)) continue;
-      declaredSize = isWide ? WideSize(head.ReadEnd(), unit) : static_cast<std::int64_t>(head.ReadEnd() - 4087 + unit);
-      break;
+    if (const std::optional<std::size_t> unit = FindClosing(head, *openingEnd + 1, tags.closing, isWide ? 2 : 1)) {
+      declaredSize =
+          isWide ? WideSize(head.ReadEnd(), *unit) : static_cast<std::int64_t>(head.ReadEnd() - 4087 + *unit);
     }
     return true;
   }
@@ -67,6 +66,20 @@ class KHTMLFileType final : public HeadTail<KHTMLFileType> {
   }
 
  private:
+  /// The unit, from `first` on and below 4089, at which a closing tag begins. A unit has `width` bytes.
+  static std::optional<std::size_t> FindClosing(const DocumentHead& head, std::size_t first, ByteView tag,
+                                                std::size_t width) {
+    const ByteView bytes = head.From(first);
+    std::size_t from = 0;
+    while (const std::optional<std::size_t> found = Find(bytes, tag, from, LetterCase::kIgnored)) {
+      const std::size_t unit = first + *found / width;
+      if (unit >= 4089) break;
+      if (*found % width == 0) return unit;
+      from = *found + 1;
+    }
+    return std::nullopt;
+  }
+
   static std::int64_t WideSize(std::uint64_t readEnd, std::size_t unit) {
     const auto size = static_cast<std::int64_t>(readEnd + 2 * unit - 8172);
     return size + size % 2;
