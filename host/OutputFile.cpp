@@ -54,15 +54,15 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::Write(std::span<const std::uint8_t> bytes) {
-  while (!bytes.empty()) {
-    const auto part = bytes.first(std::min(bytes.size(), kHoleSize));
-    if (IsAllZero(part)) {
-      written_ += part.size();
-    } else {
-      WriteAll(part);
-    }
-    bytes = bytes.subspan(part.size());
+  std::size_t behindHole = 0;
+  for (std::size_t at = 0; at < bytes.size(); at += kHoleSize) {
+    const auto part = bytes.subspan(at, std::min(bytes.size() - at, kHoleSize));
+    if (!IsAllZero(part)) continue;
+    WriteAll(bytes.subspan(behindHole, at - behindHole));
+    written_ += part.size();
+    behindHole = at + part.size();
   }
+  WriteAll(bytes.subspan(behindHole));
 }
 
 void OutputFile::Finish() {
