@@ -15,8 +15,8 @@
 ///
 /// which the HeadGate calls for blocks in which there may be something to see, and which says whether a file is open
 /// after it. Patterns call members of `Self` directly, so that every kind has code of its own with its head compiled
-/// into it. A class that has to see every block overrides Scan. `DETECTOR(Self);` behind the class ties it to its row of
-/// the table.
+/// into it. A class that has to see every block overrides Scan. `DETECTOR(Self);` behind the class ties it to its row
+/// of the table.
 
 #include <cstddef>
 #include <cstdint>

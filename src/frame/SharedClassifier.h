@@ -38,8 +38,8 @@ struct ClassifiedBlock {
   }
 };
 
-/// The base of the shared classifiers. `Self` writes a ScanBlock or a Scan, which reports nothing and appends to `hits`,
-/// and states
+/// The base of the shared classifiers. `Self` writes a ScanBlock or a Scan, which reports nothing and appends to
+/// `hits`, and states
 ///
 ///     kFirstKey               the block number that counts as read at the start of the process: none, which is all
 ///                             bits set, unless stated. Where it is 0, the heads of a first block at sector 0 are not
