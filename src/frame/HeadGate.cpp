@@ -5,7 +5,8 @@
 namespace qzmtraw {
 
 std::uint32_t HeadGate::Scan(const RawSectorBlock* rawBlock, IRawHitSink* sink) {
-  if (!isOpen_ && rawBlock != nullptr && rawBlock->sectorSize == kUsualSectorSize && rawBlock->data != nullptr) {
+  if (!isOpen_ && rawBlock != nullptr && rawBlock->sectorSize == kUsualSectorSize && rawBlock->sectorCount > 0 &&
+      rawBlock->data != nullptr) {
     const std::int32_t count = rawBlock->sectorCount;
     if (FirstWord(rawBlock->data, count, probe_) == count &&
         std::all_of(moreProbes_.begin(), moreProbes_.end(),
