@@ -12,10 +12,10 @@
 #include <utility>
 
 #include "bench/Data.h"
-#include "host/CacheAhead.h"
-#include "host/Registry.h"
-#include "host/ScanLoop.h"
-#include "host/TypeCatalogue.h"
+#include "host/scan/CacheAhead.h"
+#include "host/scan/ScanLoop.h"
+#include "host/types/Registry.h"
+#include "host/types/TypeCatalogue.h"
 
 namespace qzmtraw::bench {
 namespace {

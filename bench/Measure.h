@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Lanes.h"
+#include "host/scan/Lanes.h"
 
 namespace qzmtraw::bench {
 

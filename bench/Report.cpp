@@ -8,9 +8,9 @@
 #include <optional>
 #include <string_view>
 
-#include "host/Error.h"
-#include "host/JsonLine.h"
-#include "host/Text.h"
+#include "host/base/Error.h"
+#include "host/base/JsonLine.h"
+#include "host/base/Text.h"
 
 namespace qzmtraw::bench {
 namespace {

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "host/TypeCatalogue.h"
+#include "host/types/TypeCatalogue.h"
 
 namespace qzmtraw::bench {
 

@@ -21,12 +21,12 @@
 #include "bench/Measure.h"
 #include "bench/RealFiles.h"
 #include "bench/Report.h"
-#include "host/Error.h"
-#include "host/Lanes.h"
-#include "host/Registry.h"
-#include "host/Text.h"
-#include "host/TypeCatalogue.h"
-#include "host/TypeSelection.h"
+#include "host/base/Error.h"
+#include "host/base/Text.h"
+#include "host/scan/Lanes.h"
+#include "host/types/Registry.h"
+#include "host/types/TypeCatalogue.h"
+#include "host/types/TypeSelection.h"
 
 namespace qzmtraw::bench {
 namespace {

@@ -18,17 +18,17 @@
 
 #include "fuzz/Choices.h"
 #include "fuzz/Failure.h"
-#include "host/CarvePlan.h"
-#include "host/CommandLine.h"
-#include "host/Device.h"
-#include "host/Error.h"
-#include "host/FindStore.h"
-#include "host/Lanes.h"
-#include "host/RawSource.h"
-#include "host/Registry.h"
-#include "host/SectorSet.h"
-#include "host/Text.h"
-#include "host/TypeSelection.h"
+#include "host/base/Error.h"
+#include "host/base/Text.h"
+#include "host/command/CommandLine.h"
+#include "host/finds/CarvePlan.h"
+#include "host/finds/FindStore.h"
+#include "host/scan/Lanes.h"
+#include "host/sources/Device.h"
+#include "host/sources/RawSource.h"
+#include "host/sources/SectorSet.h"
+#include "host/types/Registry.h"
+#include "host/types/TypeSelection.h"
 
 namespace qzmtraw::fuzz {
 namespace {

@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "host/Lanes.h"
+#include "host/scan/Lanes.h"
 
 namespace qzmtraw::fuzz {
 

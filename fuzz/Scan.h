@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "fuzz/ScanInput.h"
-#include "host/Lanes.h"
+#include "host/scan/Lanes.h"
 #include "tests/support/Scanning.h"
 
 namespace qzmtraw::fuzz {

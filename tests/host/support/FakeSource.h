@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <set>
 
-#include "host/Source.h"
+#include "host/sources/Source.h"
 #include "tests/host/support/Workspace.h"
 
 namespace qzmtraw::host {

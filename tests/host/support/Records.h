@@ -1,7 +1,7 @@
 #ifndef QZMTRAW_TESTS_HOST_SUPPORT_RECORDS_H
 #define QZMTRAW_TESTS_HOST_SUPPORT_RECORDS_H
 
-#include "host/Report.h"
+#include "host/outputs/Report.h"
 
 namespace qzmtraw::host {
 

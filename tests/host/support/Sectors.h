@@ -4,7 +4,7 @@
 #include <ostream>
 #include <vector>
 
-#include "host/SectorSet.h"
+#include "host/sources/SectorSet.h"
 
 namespace qzmtraw::host {
 

@@ -1,7 +1,0 @@
-#include "host/Version.h"
-
-namespace qzmtraw::host {
-
-const char* Version() { return QZMTRAW_VERSION; }
-
-}  // namespace qzmtraw::host

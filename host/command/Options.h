@@ -1,0 +1,28 @@
+#ifndef QZMTRAW_HOST_COMMAND_OPTIONS_H
+#define QZMTRAW_HOST_COMMAND_OPTIONS_H
+
+#include <CLI/CLI.hpp>
+
+#include "host/finds/FindOptions.h"
+#include "host/outputs/OutputOptions.h"
+#include "host/recovery/RecoveryOptions.h"
+#include "host/scan/RunOptions.h"
+#include "host/sources/SourceOptions.h"
+#include "host/types/TypeOptions.h"
+
+namespace qzmtraw::host {
+
+/// Each lets a command have the options of one kind. What is read goes into `options`, which must live until the
+/// command line was read.
+/// @{
+void AddSourceOptions(CLI::App& command, SourceOptions& options);
+void AddTypeOptions(CLI::App& command, TypeOptions& options);
+void AddFindOptions(CLI::App& command, FindOptions& options);
+void AddOutputOptions(CLI::App& command, OutputOptions& options);
+void AddRunOptions(CLI::App& command, RunOptions& options);
+void AddRecoveryOptions(CLI::App& command, RecoveryOptions& options);
+/// @}
+
+}  // namespace qzmtraw::host
+
+#endif  // QZMTRAW_HOST_COMMAND_OPTIONS_H

@@ -1,0 +1,11 @@
+#include "host/command/Options.h"
+
+namespace qzmtraw::host {
+
+void AddRecoveryOptions(CLI::App& command, RecoveryOptions& options) {
+  command.add_option("--out", options.directory, "Where the copies go; a new or an empty directory")
+      ->required()
+      ->type_name("DIR");
+}
+
+}  // namespace qzmtraw::host

@@ -1,0 +1,79 @@
+#include "host/outputs/JsonReport.h"
+
+#include "host/base/JsonLine.h"
+#include "host/base/Text.h"
+#include "host/base/Version.h"
+
+namespace qzmtraw::host {
+namespace {
+
+std::string PathText(const std::string& path) { return IsUtf8(path) ? path : Printable(path); }
+
+Json SizeOrNull(std::uint64_t size) { return size == 0 ? Json(nullptr) : Json(size); }
+
+}  // namespace
+
+void JsonReport::Begin(const SourceInfo& source) {
+  Json line;
+  line["type"] = "source";
+  line["program"] = kProgramName;
+  line["version"] = Version();
+  line["path"] = PathText(source.path);
+  line["size"] = source.size;
+  line["sector_size"] = source.sectorSize;
+  line["file_types"] = source.typeCount;
+  line["started"] = FormatUtc(source.started);
+  out_ << JsonLine(line);
+}
+
+void JsonReport::Add(const FindRecord& record) {
+  const bool isEstimate = record.plan.isEstimated && record.recovered.has_value();
+  Json line;
+  line["type"] = "find";
+  line["row"] = record.find.row;
+  line["extension"] = record.type->extension;
+  line["category"] = CategoryName(record.type->category);
+  line["description"] = record.type->description;
+  line["start_sector"] = record.find.startSector;
+  line["offset"] = record.plan.offset;
+  line["size"] = isEstimate ? Json(record.plan.length) : SizeOrNull(record.find.size);
+  line["size_estimated"] = isEstimate;
+  if (record.find.size == 0) {
+    const SizeHints hints = record.type->hints.value_or(SizeHints{});
+    line["size_min"] = SizeOrNull(hints.least);
+    line["size_max"] = SizeOrNull(hints.greatest);
+  }
+  line["truncated"] = record.plan.isTruncated;
+  if (record.recovered) {
+    line["path"] = record.recovered->path ? Json(PathText(*record.recovered->path)) : Json(nullptr);
+    line["written"] = record.recovered->path ? record.plan.length : 0;
+  }
+  out_ << JsonLine(line);
+}
+
+void JsonReport::End(const Summary& summary, const SectorSet& unreadable) {
+  Json line;
+  line["type"] = "summary";
+  line["finds"] = summary.findCount;
+  line["finds_by_extension"] = summary.findsByExtension;
+  line["bytes"] = summary.bytesScanned;
+  line["seconds"] = summary.seconds;
+  line["size_at_end"] = summary.sizeAtEnd;
+  if (summary.filesWritten) line["files_written"] = *summary.filesWritten;
+  line["interrupted"] = summary.isInterrupted;
+  line["error"] = summary.error.empty() ? Json(nullptr) : Json(PathText(summary.error));
+  line["unreadable_sectors"] = unreadable.Count();
+  // There may be more ranges than fit into memory, so they are written one by one.
+  std::string text = JsonLine(line);
+  text.resize(text.rfind('}'));
+  out_ << text << R"(,"unreadable_ranges":[)";
+  SectorSet::Cursor ranges(unreadable);
+  const char* separator = "";
+  while (const auto range = ranges.Next()) {
+    out_ << separator << R"({"start_sector":)" << range->first << R"(,"sectors":)" << range->count << '}';
+    separator = ",";
+  }
+  out_ << "]}\n";
+}
+
+}  // namespace qzmtraw::host

@@ -1,0 +1,120 @@
+#ifndef QZMTRAW_HOST_OUTPUTS_REPORT_H
+#define QZMTRAW_HOST_OUTPUTS_REPORT_H
+
+#include <chrono>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "host/finds/CarvePlan.h"
+#include "host/finds/Find.h"
+#include "host/outputs/OutputOptions.h"
+#include "host/sources/SectorSet.h"
+#include "host/types/TypeCatalogue.h"
+
+namespace qzmtraw::host {
+
+/// What a report is about.
+struct SourceInfo {
+  /// As the user gave it; any bytes.
+  std::string path;
+  /// In bytes.
+  std::uint64_t size = 0;
+  std::uint32_t sectorSize = 0;
+  /// Number of kinds that are looked for.
+  std::size_t typeCount = 0;
+  std::chrono::system_clock::time_point started;
+};
+
+/// How sure it is that a find is what it claims to be, from the least on.
+enum class Confidence {
+  /// What was read speaks against it.
+  kDoubtful,
+  /// Its first bytes alone speak for it.
+  kStartOnly,
+  /// Its size follows from its header.
+  kFromHeader,
+  /// Its size is known, and its end was looked at.
+  kCheckedEnd,
+};
+
+/// What a look at a find's content said.
+enum class Verdict {
+  kNotLooked,
+  /// Nothing speaks for or against what it claims to be.
+  kUndecided,
+  kConfirmed,
+  kContradicted,
+};
+
+/// What became of a find's bytes.
+struct RecoveredFile {
+  /// Where they were written, or where the same bytes had been written before; none if they were not.
+  std::optional<std::string> path;
+  /// In small hexadecimal digits; empty if it isn't known.
+  std::string sha256;
+  /// The path is that of an earlier file with the same content.
+  bool isDuplicate = false;
+};
+
+/// A find that is told to the user.
+struct FindRecord {
+  Find find;
+  /// Belongs to the caller.
+  const TypeInfo* type = nullptr;
+  CarvePlan plan;
+  Confidence confidence = Confidence::kStartOnly;
+  /// The find that this one lies wholly inside of.
+  std::optional<Find> embeddedIn{};
+  Verdict verdict = Verdict::kNotLooked;
+  /// What the content turned out to be, in the words of who looked; may be empty.
+  std::string content{};
+  /// What else is to be said: "clipped to the greatest size of its type".
+  std::vector<std::string> notes{};
+  /// Set when the finds are being recovered.
+  std::optional<RecoveredFile> recovered{};
+};
+
+/// How it all went.
+struct Summary {
+  /// Number of finds of every extension.
+  std::map<std::string, std::uint64_t> findsByExtension;
+  std::uint64_t findCount = 0;
+  std::uint64_t bytesScanned = 0;
+  /// What the scan alone took.
+  double seconds = 0;
+  /// What the source's size is at the end, in bytes.
+  std::uint64_t sizeAtEnd = 0;
+  bool isInterrupted = false;
+  /// Empty, or why the work ended early.
+  std::string error;
+  /// Set when finds are being recovered.
+  std::optional<std::uint64_t> filesWritten;
+};
+
+/// Writes a list of finds.
+class IReport {
+ public:
+  IReport() = default;
+  IReport(const IReport&) = delete;
+  IReport& operator=(const IReport&) = delete;
+  virtual ~IReport() = default;
+
+  /// Comes first, once.
+  virtual void Begin(const SourceInfo& source) = 0;
+  virtual void Add(const FindRecord& record) = 0;
+  /// Comes last, once.
+  /// \param unreadable  The sectors that could not be read.
+  virtual void End(const Summary& summary, const SectorSet& unreadable) = 0;
+};
+
+/// \param out  Must live as long as the report.
+std::unique_ptr<IReport> MakeReport(OutputFormat format, std::ostream& out);
+
+}  // namespace qzmtraw::host
+
+#endif  // QZMTRAW_HOST_OUTPUTS_REPORT_H

@@ -1,0 +1,16 @@
+#ifndef QZMTRAW_HOST_RECOVERY_RECOVERY_OPTIONS_H
+#define QZMTRAW_HOST_RECOVERY_RECOVERY_OPTIONS_H
+
+#include <string>
+
+namespace qzmtraw::host {
+
+/// How files are copied.
+struct RecoveryOptions {
+  /// Where the copies go.
+  std::string directory;
+};
+
+}  // namespace qzmtraw::host
+
+#endif  // QZMTRAW_HOST_RECOVERY_RECOVERY_OPTIONS_H

@@ -1,0 +1,28 @@
+#ifndef QZMTRAW_HOST_SOURCES_RAW_SOURCE_H
+#define QZMTRAW_HOST_SOURCES_RAW_SOURCE_H
+
+#include <string>
+
+#include "host/base/FileDescriptor.h"
+#include "host/sources/Source.h"
+
+namespace qzmtraw::host {
+
+/// A raw image file or a block device. It is opened for reading only.
+class RawSource final : public ISource {
+ public:
+  /// Throws Failure when `path` is missing, is neither a file nor a block device, or can't be opened.
+  explicit RawSource(const std::string& path);
+
+  [[nodiscard]] std::uint64_t Size() const override { return size_; }
+  [[nodiscard]] std::uint64_t SizeNow() const override;
+  ReadResult ReadAt(std::uint64_t offset, std::span<std::uint8_t> into) override;
+
+ private:
+  FileDescriptor file_;
+  std::uint64_t size_ = 0;
+};
+
+}  // namespace qzmtraw::host
+
+#endif  // QZMTRAW_HOST_SOURCES_RAW_SOURCE_H
