@@ -59,26 +59,26 @@ TEST_F(JsonReportTest, AFindHasItsFacts) {
                          {"size", 9},
                          {"size_estimated", false},
                          {"truncated", true}};
-  EXPECT_EQ(LineFor({{1, 9, 157}, &ace, {512, 5, false, true}, false, std::nullopt}), expected);
+  EXPECT_EQ(LineFor({{1, 9, 157}, &ace, {512, 5, false, true}}), expected);
 }
 
 TEST_F(JsonReportTest, AnUnknownSizeIsNull) {
-  const json line = LineFor({{1, 0, 157}, &ace, {512, 5120, true, false}, false, std::nullopt});
+  const json line = LineFor({{1, 0, 157}, &ace, {512, 5120, true, false}});
   EXPECT_TRUE(line["size"].is_null());
   EXPECT_EQ(line["size_estimated"], false);
   EXPECT_EQ(line["size_min"], 256);
   EXPECT_EQ(line["size_max"], 0x64000000);
   ace.hints.reset();
-  EXPECT_TRUE(LineFor({{1, 0, 157}, &ace, {512, 5120, true, false}, false, std::nullopt})["size_max"].is_null());
+  EXPECT_TRUE(LineFor({{1, 0, 157}, &ace, {512, 5120, true, false}})["size_max"].is_null());
 }
 
 TEST_F(JsonReportTest, ARecoveredFindTellsWhatWasWritten) {
-  const json line = LineFor({{1, 0, 157}, &ace, {512, 5120, true, false}, true, "out/x.ace"});
+  const json line = LineFor(Recovered({{1, 0, 157}, &ace, {512, 5120, true, false}}, "out/x.ace"));
   EXPECT_EQ(line["size"], 5120);
   EXPECT_EQ(line["size_estimated"], true);
   EXPECT_EQ(line["path"], "out/x.ace");
   EXPECT_EQ(line["written"], 5120);
-  const json lost = LineFor({{1, 0, 157}, &ace, {512, 5120, true, false}, true, std::nullopt});
+  const json lost = LineFor(Recovered({{1, 0, 157}, &ace, {512, 5120, true, false}}, std::nullopt));
   EXPECT_TRUE(lost["path"].is_null());
   EXPECT_EQ(lost["written"], 0);
 }

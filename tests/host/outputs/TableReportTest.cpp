@@ -45,27 +45,26 @@ TEST_F(TableReportTest, ThePathIsHarmless) {
 }
 
 TEST_F(TableReportTest, ColumnsAlign) {
-  EXPECT_EQ(TextFor({{128, 1132, 157}, &ace, {65536, 1132, false, false}, false, std::nullopt}),
+  EXPECT_EQ(TextFor({{128, 1132, 157}, &ace, {65536, 1132, false, false}}),
             "\n"
             "      Sector            Offset  Size                            Ext         Description\n"
             "         128             65536  1.1 KiB (1132)                  ace         ACE Archive \xC2\xA8\n");
 }
 
 TEST_F(TableReportTest, AnUnknownSizeShowsItsRange) {
-  const std::string text = TextFor({{1, 0, 157}, &ace, {512, 5120, true, false}, false, std::nullopt});
+  const std::string text = TextFor({{1, 0, 157}, &ace, {512, 5120, true, false}});
   EXPECT_TRUE(Has(text, "unknown, 256 B to 1.6 GiB")) << text;
   EXPECT_FALSE(Has(text, "estimated")) << text;
 }
 
 TEST_F(TableReportTest, ARecoveredFileShowsItsPathAndEstimate) {
-  const std::string text = TextFor({{1, 0, 157}, &ace, {512, 5120, true, false}, true, "out\n/x.ace"});
+  const std::string text = TextFor(Recovered({{1, 0, 157}, &ace, {512, 5120, true, false}}, "out\n/x.ace"));
   EXPECT_TRUE(Has(text, "  out\\x0A/x.ace (estimated: 5.0 KiB (5120))\n")) << text;
-  EXPECT_TRUE(Has(TextFor({{1, 9, 157}, &ace, {512, 9, false, false}, true, std::nullopt}), "  not written\n"));
+  EXPECT_TRUE(Has(TextFor(Recovered({{1, 9, 157}, &ace, {512, 9, false, false}}, std::nullopt)), "  not written\n"));
 }
 
 TEST_F(TableReportTest, ATruncatedFileIsMarked) {
-  EXPECT_TRUE(Has(TextFor({{1, 9, 157}, &ace, {512, 5, false, true}, false, std::nullopt}),
-                  "(goes on beyond the end of the source)\n"));
+  EXPECT_TRUE(Has(TextFor({{1, 9, 157}, &ace, {512, 5, false, true}}), "(goes on beyond the end of the source)\n"));
 }
 
 TEST_F(TableReportTest, NothingFoundTellsThatItRan) {
