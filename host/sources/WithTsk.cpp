@@ -86,7 +86,8 @@ class TskSource final : public ISource {
       : tsk_(Tsk::Instance()), image_(tsk_.openImage(path.c_str(), TypeFor(format.reading), 0), tsk_.closeImage) {
     if (image_ == nullptr) {
       throw Failure("cannot open " + Quoted(path) + " as an image in the format " + format.name + ": " +
-                    tsk_.ErrorOf() + ": see whether all its segments are there and whole");
+                    tsk_.ErrorOf() +
+                    ": see whether all its segments are there and whole, or scan the file's own bytes with --raw");
     }
   }
 
