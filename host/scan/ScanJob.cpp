@@ -136,7 +136,7 @@ ExitCode ScanJob::Finish() {
   console_.out.flush();
   const bool hasChanged = summary_.sizeAtEnd != device_.Size();
   if (unreadable.Count() != 0) TellOf(UnreadableText(unreadable, " could not be read"));
-  if (skipped.Count() != 0) TellOf(UnreadableText(skipped, " not rescued, as the map says,"));
+  if (skipped.Count() != 0) TellOf(UnreadableText(skipped, " could not be rescued, the map says,"));
   if (hasChanged) {
     TellOf("had " + std::to_string(device_.Size()) + " bytes at the start and has " +
            std::to_string(summary_.sizeAtEnd) + " now: scan it again when nobody writes to it");
