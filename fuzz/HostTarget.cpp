@@ -26,7 +26,10 @@
 #include "host/scan/Lanes.h"
 #include "host/sources/Device.h"
 #include "host/sources/RawSource.h"
+#include "host/sources/RescueMap.h"
 #include "host/sources/SectorSet.h"
+#include "host/sources/SizeText.h"
+#include "host/sources/SplitSource.h"
 #include "host/types/Registry.h"
 #include "host/types/TypeSelection.h"
 
@@ -168,8 +171,9 @@ void ReadDeviceOf(Choices choices) {
     std::vector<std::uint8_t> into(range.count * sectorSize, 0xAA);
     const std::uint64_t readsBefore = source.Reads();
     const bool isRead = device.Read(range.start, into);
-    // Once in one go, then sector by sector; a source may bring its bytes one by one.
-    Check(source.Reads() - readsBefore <= 2 * into.size() + range.count + 2, "a source is asked again and again");
+    // In halves down to sectors and up again; a source may bring its bytes one by one, and those of a sector twice.
+    Check(source.Reads() - readsBefore <= 3 * into.size() + 2 * range.count + 8 * (sectorSize + 2),
+          "a source is asked again and again");
     bool isWhole = true;
     for (std::size_t i = 0; i < range.count; ++i) {
       const std::uint64_t sector = range.start + i;
@@ -191,6 +195,75 @@ void ReadDeviceOf(Choices choices) {
     if (!device.IsLost()) Check(isRead == isWhole, "a read fails that can succeed");
   }
   Check(device.Unreadable().Count() <= device.SectorCount(), "more sectors fail than there are");
+}
+
+/// A map is read, block behind block, or refused with a message that any terminal can take and that names a line.
+void ReadMapOf(Choices choices) {
+  std::istringstream text(choices.Rest());
+  std::optional<std::uint64_t> end;
+  try {
+    ReadRescueMap(text, "map", [&](const MapBlock& block) {
+      Check(block.size > 0 && block.position + block.size > block.position, "a block of a map wraps around");
+      Check(!end || *end == block.position, "blocks of a map don't follow one another");
+      Check(std::string_view("?*/-+").find(block.status) != std::string_view::npos, "a block has a status of its own");
+      end = block.position + block.size;
+    });
+  } catch (const Failure& failure) {
+    Check(IsHarmless(failure.what()) && std::string_view(failure.what()).starts_with("'map', line "),
+          "a message about a map isn't one");
+  }
+}
+
+/// What a device writes of itself as a map can be read, covers all of it and tells what could be read.
+void WriteMapOf(Choices choices) {
+  const auto sectorSize = static_cast<std::uint32_t>(1 + choices.Below(80));
+  DeviceView view{{choices.Number(1), choices.Number(1)}, {}, {}};
+  view.leftOut.Add({choices.Number(1), choices.Below(20)});
+  view.skipped.Add({choices.Number(1), choices.Below(20)});
+  const std::uint64_t sectorsDone = choices.Number(1);
+  OddSource source(choices.Rest());
+  Device device(source, sectorSize, std::move(view));
+  std::vector<std::uint8_t> into(static_cast<std::size_t>(device.SectorCount() * sectorSize));
+  device.Read(0, into);
+  std::string text;
+  WriteRescueMap(device, sectorsDone, [&](const std::string& piece) { text += piece; });
+  std::istringstream stream(text);
+  std::uint64_t end = 0;
+  ReadRescueMap(stream, "map", [&](const MapBlock& block) {
+    Check(block.position == end, "a written map has a hole");
+    end = block.position + block.size;
+    if (block.status == '+') {
+      Check(device.IsLost() || source.IsWhole(block.position, end), "a map calls read what can't be read");
+      Check(block.position >= device.RangeBegin() && end <= device.RangeEnd(),
+            "a map calls read what wasn't asked for");
+    }
+  });
+  Check(end == source.Size(), "a written map ends elsewhere");
+}
+
+/// The names of a split image's parts go up, and the first one is known for what it is.
+void CountPartsOf(Choices choices) {
+  std::string name = choices.Rest();
+  for (int i = 0; i < 40; ++i) {
+    const std::vector<std::string> next = NextPartNames(name);
+    if (next.empty()) return;
+    Check(next.front() != name && !next.front().empty(), "a part is behind itself");
+    Check(next.front().size() >= name.size(), "a part's name is shorter than that of the one before");
+    Check(next.front().size() > name.size() || next.front() > name, "parts don't go up");
+    Check(i == 0 || !IsFirstPartName(name) || name.ends_with('1'), "a later part passes for the first one");
+    name = next.back();
+  }
+}
+
+/// A size is a number of bytes or none, and its number alone means the same.
+void ParseSizeOf(Choices choices) {
+  const auto sectorSize = static_cast<std::uint32_t>(1 + choices.Number(2));
+  const std::string text = choices.Rest();
+  const auto size = ParseSize(text, sectorSize);
+  if (!size) return;
+  Check(IsHarmless(text) && text.find(' ') == std::string::npos, "a size is made of anything");
+  Check(ParseSize(std::to_string(*size), sectorSize) == size, "a size means another in bytes");
+  if (const auto number = ParseNumber(text)) Check(number == size, "a number isn't its size");
 }
 
 /// What is taken for a find lies on the device.
@@ -292,8 +365,9 @@ void DealRowsOf(Choices choices) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace qzmtraw::fuzz;
-  constexpr void (*kParts[])(Choices) = {SelectTypesOf, PrintTextOf, ParseCommandLineOf, ReadDeviceOf, PlanCarvingOf,
-                                         StoreFindsOf,  ReadImageOf, KeepRangesOf,       DealRowsOf};
+  constexpr void (*kParts[])(Choices) = {SelectTypesOf, PrintTextOf,  ParseCommandLineOf, ReadDeviceOf, PlanCarvingOf,
+                                         StoreFindsOf,  ReadImageOf,  KeepRangesOf,       DealRowsOf,   ReadMapOf,
+                                         WriteMapOf,    CountPartsOf, ParseSizeOf};
   Choices choices({data, size});
   kParts[choices.Number(1) % std::size(kParts)](choices);
   return 0;

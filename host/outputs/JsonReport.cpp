@@ -9,6 +9,15 @@ namespace {
 
 std::string PathText(const std::string& path) { return IsUtf8(path) ? path : Printable(path); }
 
+void WriteRanges(const SectorSet& sectors, std::ostream& out) {
+  SectorSet::Cursor ranges(sectors);
+  const char* separator = "";
+  while (const auto range = ranges.Next()) {
+    out << separator << R"({"start_sector":)" << range->first << R"(,"sectors":)" << range->count << '}';
+    separator = ",";
+  }
+}
+
 Json SizeOrNull(std::uint64_t size) { return size == 0 ? Json(nullptr) : Json(size); }
 
 }  // namespace
@@ -21,6 +30,11 @@ void JsonReport::Begin(const SourceInfo& source) {
   line["path"] = PathText(source.path);
   line["size"] = source.size;
   line["sector_size"] = source.sectorSize;
+  if (source.part) {
+    line["range_offset"] = source.part->offset;
+    line["range_size"] = source.part->size;
+    line["left_out_sectors"] = source.part->leftOutSectors;
+  }
   line["file_types"] = source.typeCount;
   line["started"] = FormatUtc(source.started);
   out_ << JsonLine(line);
@@ -67,11 +81,10 @@ void JsonReport::End(const Summary& summary, const SectorSet& unreadable) {
   std::string text = JsonLine(line);
   text.resize(text.rfind('}'));
   out_ << text << R"(,"unreadable_ranges":[)";
-  SectorSet::Cursor ranges(unreadable);
-  const char* separator = "";
-  while (const auto range = ranges.Next()) {
-    out_ << separator << R"({"start_sector":)" << range->first << R"(,"sectors":)" << range->count << '}';
-    separator = ",";
+  WriteRanges(unreadable, out_);
+  if (summary.skipped != nullptr) {
+    out_ << R"(],"skipped_sectors":)" << summary.skipped->Count() << R"(,"skipped_ranges":[)";
+    WriteRanges(*summary.skipped, out_);
   }
   out_ << "]}\n";
 }

@@ -28,6 +28,15 @@ struct SourceInfo {
   /// Number of kinds that are looked for.
   std::size_t typeCount = 0;
   std::chrono::system_clock::time_point started;
+  /// What is scanned of a source, in bytes.
+  struct Part {
+    std::uint64_t offset = 0;
+    std::uint64_t size = 0;
+    /// So many sectors of it are not, because they belong to files.
+    std::uint64_t leftOutSectors = 0;
+  };
+  /// None: all of it.
+  std::optional<Part> part{};
 };
 
 /// How sure it is that a find is what it claims to be, from the least on.
@@ -94,6 +103,8 @@ struct Summary {
   std::string error;
   /// Set when finds are being recovered.
   std::optional<std::uint64_t> filesWritten;
+  /// The sectors that a map says are not there; null: no map. Belongs to the caller.
+  const SectorSet* skipped = nullptr;
 };
 
 /// Writes a list of finds.

@@ -71,6 +71,12 @@ void TableReport::Begin(const SourceInfo& source) {
   source_ = source;
   out_ << "Source: " << Printable(source.path) << ", " << FormatSize(source.size) << " (" << source.size
        << " bytes), sectors of " << source.sectorSize << " bytes\n";
+  if (!source.part) return;
+  out_ << "Scanned: bytes " << source.part->offset << " to " << source.part->offset + source.part->size << ", "
+       << FormatSize(source.part->size);
+  if (const std::uint64_t count = source.part->leftOutSectors; count != 0)
+    out_ << ", without " << CountText(count, "sector that belongs", "sectors that belong") << " to files";
+  out_ << '\n';
 }
 
 void TableReport::Add(const FindRecord& record) {
@@ -82,7 +88,8 @@ void TableReport::Add(const FindRecord& record) {
 }
 
 void TableReport::End(const Summary& summary, const SectorSet& unreadable) {
-  AddUnreadable(unreadable);
+  AddSectors(unreadable, "Could not be read");
+  if (summary.skipped != nullptr) AddSectors(*summary.skipped, "Skipped: not rescued");
   if (hasHeader_) out_ << '\n';
   if (!summary.error.empty()) {
     out_ << "Failed. ";
@@ -104,14 +111,16 @@ void TableReport::End(const Summary& summary, const SectorSet& unreadable) {
   }
   const std::uint64_t bad = unreadable.Count();
   if (bad != 0) out_ << "; " << CountText(bad, "sector", "sectors") << " could not be read";
+  if (summary.skipped != nullptr && summary.skipped->Count() != 0)
+    out_ << "; " << CountText(summary.skipped->Count(), "sector was", "sectors were") << " skipped";
   if (summary.sizeAtEnd != source_.size) out_ << "; the source now has " << summary.sizeAtEnd << " bytes";
   out_ << ".\n";
 }
 
-/// Lists the ranges of sectors that could not be read.
-void TableReport::AddUnreadable(const SectorSet& sectors) {
+/// Lists ranges of sectors.
+void TableReport::AddSectors(const SectorSet& sectors, const std::string& title) {
   if (sectors.Count() == 0) return;
-  out_ << '\n' << Row("Sector", "Offset", "Could not be read", "", "", "");
+  out_ << '\n' << Row("Sector", "Offset", title, "", "", "");
   SectorSet::Cursor ranges(sectors);
   while (const auto range = ranges.Next()) {
     out_ << Row(std::to_string(range->first), std::to_string(range->first * source_.sectorSize),

@@ -15,7 +15,7 @@ class TableReport final : public IReport {
   void End(const Summary& summary, const SectorSet& unreadable) override;
 
  private:
-  void AddUnreadable(const SectorSet& sectors);
+  void AddSectors(const SectorSet& sectors, const std::string& title);
 
   std::ostream& out_;
   SourceInfo source_;

@@ -41,7 +41,9 @@ bool ReadAhead::IsStopped() {
 }
 
 void ReadAhead::ReadAll() {
-  for (std::uint64_t sector = 0; sector < device_.SectorCount();) {
+  const SectorRange& range = device_.Range();
+  const std::uint64_t end = range.first + range.count;
+  for (std::uint64_t sector = range.first; sector < end;) {
     // Only this thread counts up, and nobody touches a slot without users.
     Slot& slot = SlotOf(readCount_);
     {
@@ -51,7 +53,7 @@ void ReadAhead::ReadAll() {
     }
     Piece& piece = slot.piece;
     piece.startSector = sector;
-    piece.sectorCount = std::min(pieceSectors_, device_.SectorCount() - sector);
+    piece.sectorCount = std::min(pieceSectors_, end - sector);
     piece.bytes.resize(static_cast<std::size_t>(piece.sectorCount * device_.SectorSize()));
     device_.Read(sector, piece.bytes, [this] { return IsStopped(); });
     if (device_.IsLost()) return;

@@ -20,8 +20,8 @@ struct Piece {
   std::vector<std::uint8_t> bytes;
 };
 
-/// Reads a device from start to end, piece by piece, on a thread of its own, as far ahead of those who use the pieces
-/// as there is memory for.
+/// Reads what a device shows from start to end, piece by piece, on a thread of its own, as far ahead of those who use
+/// the pieces as there is memory for.
 class ReadAhead {
  public:
   /// \param device        Must live as long as this.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 #include <thread>
+#include <utility>
 
 #include "host/base/Error.h"
 #include "host/base/Interrupt.h"
@@ -23,10 +24,11 @@ constexpr std::size_t kRangesShown = 20;
 /// Who reads the list while it grows need not wait longer.
 constexpr std::chrono::milliseconds kFlushInterval{500};
 
-std::string UnreadableText(const SectorSet& sectors) {
+/// \param what  What is the matter with the sectors.
+std::string UnreadableText(const SectorSet& sectors, const std::string& what) {
   const bool isOne = sectors.Count() == 1;
-  std::string text = std::to_string(sectors.Count()) + (isOne ? " sector" : " sectors") + " could not be read and " +
-                     (isOne ? "was taken as zeros:" : "were taken as zeros:");
+  std::string text = std::to_string(sectors.Count()) + (isOne ? " sector" : " sectors") + what +
+                     (isOne ? " and was taken as zeros:" : " and were taken as zeros:");
   SectorSet::Cursor ranges(sectors);
   std::size_t count = 0;
   while (const auto range = ranges.Next()) {
@@ -51,7 +53,9 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
       catalogue_(ReadTypeCatalogue(OpenRegistry())),
       rows_(ChosenRows(catalogue_, options.types)),
       source_(OpenSource(options.source)),
-      device_(*source_, options.source.sectorSize.value_or(source_->SectorSize().value_or(kDefaultSectorSize))),
+      part_(ChoosePart(options.source, *source_)),
+      device_(*source_, part_.sectorSize, std::move(part_.view)),
+      map_(options.source.mapToWrite.empty() ? nullptr : std::make_unique<RescueMapFile>(options.source.mapToWrite)),
       memory_(DivideMemory(options.run.memory, device_.SectorSize(), LaneCount(options))),
       report_(MakeReport(options.outputs.format, console.out)) {}
 
@@ -59,8 +63,11 @@ void ScanJob::Scan(const FindTaker& take) {
   if (device_.Size() == 0) {
     TellOf("is empty: nothing to scan");
   }
-  report_->Begin(
-      {options_.source.image, device_.Size(), device_.SectorSize(), rows_.size(), std::chrono::system_clock::now()});
+  for (const std::string& note : part_.notes) TellOf(note);
+  SourceInfo info{options_.source.image, device_.Size(), device_.SectorSize(), rows_.size(),
+                  std::chrono::system_clock::now()};
+  if (part_.isPart) info.part = SourceInfo::Part{device_.RangeBegin(), RangeSize(), device_.LeftOut().Count()};
+  report_->Begin(info);
   // A reader on a pipe learns at once what is going on, and a full disk shows before hours of work.
   console_.out.flush();
 
@@ -75,15 +82,17 @@ void ScanJob::Scan(const FindTaker& take) {
   }
   const auto start = std::chrono::steady_clock::now();
   try {
-    Progress progress(console_.progress, "scanning", device_.Size());
+    Progress progress(console_.progress, "scanning", RangeSize());
     const auto watch = [&](std::uint64_t sectorsDone, std::uint64_t findCount) {
       summary_.bytesScanned = BytesOf(sectorsDone);
+      sectorsDone_ = sectorsDone;
       progress.Update(summary_.bytesScanned, findCount);
       console_.out.flush();
       return !IsInterrupted();
     };
     const ScanOutcome outcome = RunScan(device_, lanes, memory_.scan, take, watch);
     summary_.bytesScanned = BytesOf(outcome.sectorsDone);
+    sectorsDone_ = outcome.sectorsDone;
     summary_.isInterrupted = outcome.isInterrupted;
     if (device_.IsLost()) SetLost();
   } catch (const Failure& failure) {
@@ -121,10 +130,13 @@ void ScanJob::FlushNowAndThen() {
 ExitCode ScanJob::Finish() {
   summary_.sizeAtEnd = source_->SizeNow();
   const SectorSet& unreadable = device_.Unreadable();
+  const SectorSet& skipped = device_.Skipped();
+  summary_.skipped = &skipped;
   report_->End(summary_, unreadable);
   console_.out.flush();
   const bool hasChanged = summary_.sizeAtEnd != device_.Size();
-  if (unreadable.Count() != 0) TellOf(UnreadableText(unreadable));
+  if (unreadable.Count() != 0) TellOf(UnreadableText(unreadable, " could not be read"));
+  if (skipped.Count() != 0) TellOf(UnreadableText(skipped, " could not be rescued, the map says,"));
   if (hasChanged) {
     TellOf("had " + std::to_string(device_.Size()) + " bytes at the start and has " +
            std::to_string(summary_.sizeAtEnd) + " now: scan it again when nobody writes to it");
@@ -132,15 +144,29 @@ ExitCode ScanJob::Finish() {
     TellOf("copy it with a tool for failing drives before it gets worse, and scan the copy");
   }
   if (summary_.isInterrupted) {
-    TellOf("interrupted when " + std::to_string(summary_.bytesScanned) + " of " + std::to_string(device_.Size()) +
+    TellOf("interrupted when " + std::to_string(summary_.bytesScanned) + " of " + std::to_string(RangeSize()) +
            " bytes were scanned; the list holds what was found there");
   }
+  const bool hasMap = WriteMap();
   if (!summary_.error.empty()) {
     console_.err << kProgramName << ": " << summary_.error << '\n';
     return ExitCode::kFailed;
   }
+  if (!hasMap) return ExitCode::kFailed;
   if (summary_.isInterrupted) return ExitCode::kInterrupted;
-  return unreadable.Count() != 0 || hasChanged ? ExitCode::kUnreadable : ExitCode::kDone;
+  return unreadable.Count() != 0 || skipped.Count() != 0 || hasChanged ? ExitCode::kUnreadable : ExitCode::kDone;
+}
+
+/// \return Whether the map was written, or none is wanted.
+bool ScanJob::WriteMap() {
+  if (map_ == nullptr) return true;
+  try {
+    map_->Write(device_, sectorsDone_);
+    return true;
+  } catch (const Failure& failure) {
+    console_.err << kProgramName << ": " << failure.what() << '\n';
+    return false;
+  }
 }
 
 /// Says something about the source.
@@ -149,7 +175,7 @@ void ScanJob::TellOf(const std::string& text) const {
 }
 
 std::uint64_t ScanJob::BytesOf(std::uint64_t sectors) const {
-  return std::min(sectors * device_.SectorSize(), device_.Size());
+  return std::min(sectors * device_.SectorSize(), RangeSize());
 }
 
 }  // namespace qzmtraw::host

@@ -18,8 +18,10 @@
 #include "host/scan/RunOptions.h"
 #include "host/scan/ScanLoop.h"
 #include "host/sources/Device.h"
+#include "host/sources/RescueMap.h"
 #include "host/sources/Source.h"
 #include "host/sources/SourceOptions.h"
+#include "host/sources/SourcePart.h"
 #include "host/types/TypeOptions.h"
 
 namespace qzmtraw::host {
@@ -43,7 +45,7 @@ class ScanJob {
   /// the scan and is told by Finish, with what was found before; only the output may not fail.
   void Scan(const FindTaker& take);
 
-  [[nodiscard]] CarvePlanner Planner() const { return {catalogue_, device_.Size(), device_.SectorSize()}; }
+  [[nodiscard]] CarvePlanner Planner() const { return {catalogue_, device_.RangeEnd(), device_.SectorSize()}; }
   /// In bytes, for finds that are kept.
   [[nodiscard]] std::size_t StoreMemory() const { return memory_.storeMemory; }
   [[nodiscard]] const TypeInfo& TypeOf(const Find& find) const;
@@ -68,6 +70,8 @@ class ScanJob {
 
  private:
   void TellOf(const std::string& text) const;
+  bool WriteMap();
+  [[nodiscard]] std::uint64_t RangeSize() const { return device_.RangeEnd() - device_.RangeBegin(); }
   [[nodiscard]] std::uint64_t BytesOf(std::uint64_t sectors) const;
 
   const ScanOptions& options_;
@@ -75,7 +79,11 @@ class ScanJob {
   TypeCatalogue catalogue_;
   std::vector<std::int32_t> rows_;
   std::unique_ptr<ISource> source_;
+  SourcePart part_;
   Device device_;
+  /// Null: none is wanted.
+  std::unique_ptr<RescueMapFile> map_;
+  std::uint64_t sectorsDone_ = 0;
   MemoryBudget memory_;
   std::unique_ptr<IReport> report_;
   Summary summary_;

@@ -144,7 +144,7 @@ ScanOutcome Listen(Device& device, Scan& scan, const FindTaker& take, const Scan
     const FindQueue::Batch batch = scan.Take();
     for (const Find& find : batch.finds) take(find);
     findCount += batch.finds.size();
-    outcome.sectorsDone = std::min(batch.blocksDone * kSectorsPerBlock, device.SectorCount());
+    outcome.sectorsDone = std::min(batch.blocksDone * kSectorsPerBlock, device.Range().count);
     isLast = batch.isLast;
   }
 }

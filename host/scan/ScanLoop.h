@@ -56,9 +56,10 @@ struct ScanOutcome {
 /// Number of sectors of a piece.
 std::uint64_t PieceSectors(std::uint32_t sectorSize);
 
-/// Resets the detectors and shows them the whole device, block by block, every lane on a thread of its own, while
-/// another thread reads ahead. Ends early when the watch says so or when the device is lost, see Device::IsLost.
-/// \param lanes  At least one. With more than one, each has a detector for every row that writes into blocks, and none
+/// Resets the detectors and shows them the device's range, block by block from its first sector on, every lane on a
+/// thread of its own, while another thread reads ahead. Ends early when the watch says so or when the device is lost,
+/// see Device::IsLost. \param lanes  At least one. With more than one, each has a detector for every row that writes
+/// into blocks, and none
 ///               writes into a block of which MayBeWrittenInto doesn't say so.
 /// \param take   Gets the finds on the calling thread, in the order in which one lane reports them: by block, then by
 ///               row, then as the detector does.

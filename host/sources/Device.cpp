@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <utility>
 
 #include "host/base/Error.h"
 #include "host/base/Text.h"
@@ -28,30 +29,84 @@ bool IsLocal(int error) {
 
 }  // namespace
 
-Device::Device(ISource& source, std::uint32_t sectorSize)
+Device::Device(ISource& source, std::uint32_t sectorSize, DeviceView view)
     : source_(source),
       size_(source.Size()),
       sectorSize_(sectorSize),
       sectorCount_(size_ / sectorSize + (size_ % sectorSize != 0 ? 1 : 0)),
-      endSector_(sectorCount_) {}
+      range_{std::min(view.range.first, sectorCount_), 0},
+      endSector_(sectorCount_),
+      leftOut_(std::move(view.leftOut)),
+      skipped_(std::move(view.skipped)) {
+  range_.count = std::min(view.range.count, sectorCount_ - range_.first);
+}
+
+std::uint64_t Device::RangeEnd() const {
+  const std::uint64_t end = range_.first + range_.count;
+  return end == sectorCount_ ? size_ : end * sectorSize_;
+}
 
 bool Device::Read(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop) {
   const std::uint64_t wanted = into.size() / sectorSize_;
-  const std::uint64_t present = startSector < sectorCount_ ? std::min(wanted, sectorCount_ - startSector) : 0;
-  const auto inside = into.first(static_cast<std::size_t>(present * sectorSize_));
-  std::ranges::fill(into.subspan(inside.size()), std::uint8_t{0});
-  if (inside.empty()) return present == wanted;
-  const bool isRead = (!IsKnownUnreadable({startSector, present}) && ReadSectors(startSector, inside)) ||
-                      ReadOneByOne(startSector, inside, stop);
-  return isRead && present == wanted;
+  const std::uint64_t before = startSector < range_.first ? std::min(wanted, range_.first - startSector) : 0;
+  const std::uint64_t first = startSector + before;
+  const std::uint64_t end = range_.first + range_.count;
+  const std::uint64_t present = first < end ? std::min(wanted - before, end - first) : 0;
+  const auto front = into.first(static_cast<std::size_t>(before * sectorSize_));
+  const auto inside = into.subspan(front.size(), static_cast<std::size_t>(present * sectorSize_));
+  std::ranges::fill(front, std::uint8_t{0});
+  std::ranges::fill(into.subspan(front.size() + inside.size()), std::uint8_t{0});
+  return ReadInside(first, inside, stop) && present == wanted;
 }
 
-/// Reads sectors that exist in one go. On failure the rest of `into` is zero.
-bool Device::ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into) {
-  if (isLost_) {
-    std::ranges::fill(into, std::uint8_t{0});
-    return false;
+/// Reads sectors of the range.
+bool Device::ReadInside(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop) {
+  bool isWhole = true;
+  bool isSearching = false;
+  std::uint64_t atOnce = into.size() / sectorSize_;
+  SectorRange bad{startSector, 0};
+  for (std::uint64_t sector = startSector; !into.empty();) {
+    if (isLost_ || (isSearching && stop && stop())) {
+      std::ranges::fill(into, std::uint8_t{0});
+      isWhole = false;
+      break;
+    }
+    auto [state, count] = StretchAt(sector, into.size() / sectorSize_);
+    if (state == SectorState::kReadable) {
+      count = std::min(count, atOnce);
+      const std::uint64_t good = ReadSectors(sector, into.first(static_cast<std::size_t>(count * sectorSize_)));
+      if (isLost_) continue;
+      isSearching = isSearching || good < count;
+      if (good == count) {
+        atOnce = std::min(2 * atOnce, into.size() / sectorSize_);
+      } else if (count > 1) {
+        // A source that brings some says by that where the bad place is.
+        atOnce = good == 0 ? count / 2 : 1;
+        count = good;
+      } else {
+        state = SectorState::kUnreadable;
+      }
+    } else {
+      std::ranges::fill(into.first(static_cast<std::size_t>(count * sectorSize_)), std::uint8_t{0});
+    }
+    if (state == SectorState::kUnreadable) {
+      if (sector != bad.first + bad.count) {
+        AddUnreadable(bad);
+        bad = {sector, 0};
+      }
+      bad.count += count;
+    }
+    isWhole = isWhole && (state == SectorState::kReadable || state == SectorState::kLeftOut);
+    sector += count;
+    into = into.subspan(static_cast<std::size_t>(count * sectorSize_));
   }
+  AddUnreadable(bad);
+  return isWhole;
+}
+
+/// Reads sectors that exist in one go.
+/// \return How many of them were read whole. Behind these `into` is zero.
+std::uint64_t Device::ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into) {
   const std::uint64_t offset = startSector * sectorSize_;
   const auto wanted = static_cast<std::size_t>(std::min<std::uint64_t>(into.size(), size_ - offset));
   std::size_t done = 0;
@@ -60,43 +115,31 @@ bool Device::ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into
     result = source_.ReadAt(offset + done, into.subspan(done, wanted - done));
     done += result.count;
   } while (done < wanted && result.count != 0 && result.error == 0);
-  std::ranges::fill(into.subspan(done), std::uint8_t{0});
-  if (done < wanted && result.error == 0) SetEnd((offset + done) / sectorSize_);
-  if (done < wanted && !IsLocal(result.error)) {
+  const std::uint64_t whole = done == wanted ? into.size() / sectorSize_ : done / sectorSize_;
+  std::ranges::fill(into.subspan(done == wanted ? done : static_cast<std::size_t>(whole * sectorSize_)),
+                    std::uint8_t{0});
+  if (done == wanted) return whole;
+  if (result.error == 0) SetEnd(startSector + whole);
+  if (!IsLocal(result.error)) {
     SetLost("reading at byte " + std::to_string(offset + done) + " failed: " + ErrorText(result.error) +
             ": see whether the drive is still connected");
   }
-  return done == wanted;
+  return whole;
 }
 
-bool Device::ReadOneByOne(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop) {
-  SectorRange missing{startSector, 0};
-  bool isComplete = true;
-  for (std::uint64_t sector = startSector; !into.empty(); ++sector, into = into.subspan(sectorSize_)) {
-    if (isLost_ || (stop && stop())) {
-      std::ranges::fill(into, std::uint8_t{0});
-      isComplete = false;
-      break;
-    }
-    const auto bytes = into.first(sectorSize_);
-    if (!IsKnownUnreadable({sector, 1}) && ReadSectors(sector, bytes)) continue;
-    std::ranges::fill(bytes, std::uint8_t{0});
-    isComplete = false;
-    if (isLost_) continue;
-    if (sector != missing.first + missing.count) {
-      AddUnreadable(missing);
-      missing = {sector, 0};
-    }
-    ++missing.count;
-  }
-  AddUnreadable(missing);
-  return isComplete;
-}
-
-bool Device::IsKnownUnreadable(const SectorRange& sectors) const {
-  if (sectors.first + sectors.count > endSector_) return true;
+Device::Stretch Device::StretchAt(std::uint64_t sector, std::uint64_t most) const {
+  const std::uint64_t end = endSector_;
+  if (sector >= end) return {SectorState::kUnreadable, most};
+  most = std::min(most, end - sector);
   const std::scoped_lock lock(mutex_);
-  return unreadable_.Overlaps(sectors);
+  for (const auto& [set, state] :
+       {std::pair{&leftOut_, SectorState::kLeftOut}, std::pair{&skipped_, SectorState::kSkipped},
+        std::pair{&unreadable_, SectorState::kUnreadable}}) {
+    const SectorSet::Run run = set->RunAt(sector, most);
+    if (run.isIn) return {state, run.count};
+    most = run.count;
+  }
+  return {SectorState::kReadable, most};
 }
 
 /// Without room to remember them the sectors are as good as lost, and so is what lies behind them.

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <limits>
 #include <mutex>
 #include <span>
 #include <string>
@@ -12,6 +13,16 @@
 #include "host/sources/Source.h"
 
 namespace qzmtraw::host {
+
+/// What a device shows of its source. Sectors keep the numbers that they have there.
+struct DeviceView {
+  /// What lies outside is taken as what lies behind the end of a source. Cut to what the source has.
+  SectorRange range{0, std::numeric_limits<std::uint64_t>::max()};
+  /// Sectors nobody asked for: taken as zeros, as though they had been read.
+  SectorSet leftOut{};
+  /// Sectors that are known not to be there: taken as zeros, as those that can't be read.
+  SectorSet skipped{};
+};
 
 /// A source seen as numbered sectors. Every sector number can be asked for: what can't be read, and what lies behind
 /// the end, comes as zeros. A last sector that the source fills only in part is filled up with zeros. Several threads
@@ -23,23 +34,50 @@ class Device {
 
   /// \param source      Must live as long as the device.
   /// \param sectorSize  Bytes per sector, at least 1.
-  Device(ISource& source, std::uint32_t sectorSize);
+  /// \param view        What of the source is shown: all of it unless stated.
+  Device(ISource& source, std::uint32_t sectorSize, DeviceView view = {});
 
-  /// In bytes.
+  /// Of the source, in bytes.
   [[nodiscard]] std::uint64_t Size() const { return size_; }
   /// In bytes.
   [[nodiscard]] std::uint32_t SectorSize() const { return sectorSize_; }
-  /// Number of sectors, the incomplete last one included.
+  /// Number of the source's sectors, the incomplete last one included.
   [[nodiscard]] std::uint64_t SectorCount() const { return sectorCount_; }
 
-  /// Fills `into` with the sectors from `startSector` on. Where the source reports an error, reads sector by sector,
-  /// remembers the sectors that can't be read and doesn't try them again. Nor does it try what lies behind a place
-  /// where the source turned out to end early. Without room to remember, the source counts as lost. \param into  A
-  /// whole number of sectors, or empty. \return Whether all of these sectors exist and were read.
+  /// The sectors that are shown.
+  [[nodiscard]] const SectorRange& Range() const { return range_; }
+  /// In bytes, where the range begins and ends. An incomplete last sector counts with what it has.
+  [[nodiscard]] std::uint64_t RangeBegin() const { return range_.first * sectorSize_; }
+  [[nodiscard]] std::uint64_t RangeEnd() const;
+
+  /// Fills `into` with the sectors from `startSector` on. Where the source reports an error, reads in smaller and
+  /// smaller parts, down to single sectors, and in larger ones again behind it; remembers the sectors that can't be
+  /// read and doesn't try them again. Nor does it try what lies behind a place where the source turned out to end
+  /// early. Without room to remember, the source counts as lost.
+  /// \param into  A whole number of sectors, or empty.
+  /// \return Whether all of these sectors exist and were read, or were left out.
   bool Read(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop = {});
 
   /// The sectors that could not be read so far. Not while other threads read.
   [[nodiscard]] const SectorSet& Unreadable() const { return unreadable_; }
+  /// The sectors that nobody asked for, and those that are known not to be there. Not while other threads read.
+  [[nodiscard]] const SectorSet& LeftOut() const { return leftOut_; }
+  [[nodiscard]] const SectorSet& Skipped() const { return skipped_; }
+
+  enum class SectorState {
+    /// It was read, or can be tried.
+    kReadable,
+    kUnreadable,
+    kSkipped,
+    kLeftOut,
+  };
+  /// Neighbouring sectors of one state.
+  struct Stretch {
+    SectorState state = SectorState::kReadable;
+    std::uint64_t count = 0;
+  };
+  /// The state of a sector of the source, and how many from it on share it: `most` of them, at least 1, are looked at.
+  [[nodiscard]] Stretch StretchAt(std::uint64_t sector, std::uint64_t most) const;
 
   /// Whether the source as a whole gives nothing any more, such as a drive that was unplugged.
   [[nodiscard]] bool IsLost() const { return isLost_; }
@@ -48,9 +86,8 @@ class Device {
   [[nodiscard]] const std::string& Loss() const { return loss_; }
 
  private:
-  bool ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into);
-  bool ReadOneByOne(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop);
-  [[nodiscard]] bool IsKnownUnreadable(const SectorRange& sectors) const;
+  std::uint64_t ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into);
+  bool ReadInside(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop);
   void AddUnreadable(const SectorRange& sectors);
   void SetEnd(std::uint64_t sector);
   void SetLost(const std::string& reason);
@@ -59,10 +96,13 @@ class Device {
   std::uint64_t size_;
   std::uint32_t sectorSize_;
   std::uint64_t sectorCount_;
+  SectorRange range_;
   /// From this sector on the source turned out to have nothing.
   std::atomic<std::uint64_t> endSector_;
   /// Guards what follows it.
   mutable std::mutex mutex_;
+  SectorSet leftOut_;
+  SectorSet skipped_;
   SectorSet unreadable_;
   std::string loss_;
   std::atomic<bool> isLost_ = false;

@@ -25,6 +25,8 @@ std::string AdviceFor(int error) {
       return ": reading it needs more rights, for a device usually those of root";
     case ENOMEDIUM:
       return ": insert a medium";
+    case EMFILE:
+      return ": allow more open files, with ulimit -n";
     default:
       return "";
   }
@@ -41,6 +43,13 @@ std::optional<std::uint64_t> SizeOf(int file) {
   if (!S_ISBLK(status.st_mode)) return static_cast<std::uint64_t>(status.st_size);
   std::uint64_t size = 0;
   return ::ioctl(file, BLKGETSIZE64, &size) == 0 ? std::optional(size) : std::nullopt;
+}
+
+/// The logical sectors of a block device, by which everything on it counts.
+std::optional<std::uint32_t> SectorSizeOf(int file) {
+  int size = 0;
+  if (::ioctl(file, BLKSSZGET, &size) != 0 || size <= 0) return std::nullopt;
+  return static_cast<std::uint32_t>(size);
 }
 
 FileDescriptor OpenReadOnly(const std::string& path) {
@@ -67,10 +76,15 @@ RawSource::RawSource(const std::string& path) {
   const std::optional<std::uint64_t> size = SizeOf(file_.Get());
   if (!size) throw Failure("cannot tell the size of " + Quoted(path) + ": " + ErrorText(errno));
   size_ = *size;
+  if (S_ISBLK(status.st_mode)) sectorSize_ = SectorSizeOf(file_.Get());
   ::posix_fadvise(file_.Get(), 0, 0, POSIX_FADV_SEQUENTIAL);
 }
 
 std::uint64_t RawSource::SizeNow() const { return SizeOf(file_.Get()).value_or(size_); }
+
+std::vector<std::string> RawSource::Notes() const {
+  return note_.empty() ? std::vector<std::string>() : std::vector{note_};
+}
 
 ReadResult RawSource::ReadAt(std::uint64_t offset, std::span<std::uint8_t> into) {
   ReadResult result;

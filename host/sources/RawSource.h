@@ -1,7 +1,10 @@
 #ifndef QZMTRAW_HOST_SOURCES_RAW_SOURCE_H
 #define QZMTRAW_HOST_SOURCES_RAW_SOURCE_H
 
+#include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "host/base/FileDescriptor.h"
 #include "host/sources/Source.h"
@@ -16,11 +19,17 @@ class RawSource final : public ISource {
 
   [[nodiscard]] std::uint64_t Size() const override { return size_; }
   [[nodiscard]] std::uint64_t SizeNow() const override;
+  [[nodiscard]] std::optional<std::uint32_t> SectorSize() const override { return sectorSize_; }
+  [[nodiscard]] std::vector<std::string> Notes() const override;
+  /// What Notes gives.
+  void SetNote(std::string note) { note_ = std::move(note); }
   ReadResult ReadAt(std::uint64_t offset, std::span<std::uint8_t> into) override;
 
  private:
   FileDescriptor file_;
   std::uint64_t size_ = 0;
+  std::optional<std::uint32_t> sectorSize_;
+  std::string note_;
 };
 
 }  // namespace qzmtraw::host

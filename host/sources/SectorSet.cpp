@@ -42,6 +42,18 @@ bool SectorSet::Overlaps(const SectorRange& sectors) const {
   return sector < end;
 }
 
+SectorSet::Run SectorSet::RunAt(std::uint64_t sector, std::uint64_t most) const {
+  if (sector < begin_) return {false, std::min(most, begin_ - sector)};
+  if (sector >= end_) return {false, most};
+  if (!Has(sector)) {
+    const std::uint64_t next = NextIn(sector, std::min(end_, sector + most));
+    return {false, next < end_ ? next - sector : most};
+  }
+  Run run{true, 1};
+  while (run.count < most && sector + run.count < end_ && Has(sector + run.count)) ++run.count;
+  return run;
+}
+
 bool SectorSet::Has(std::uint64_t sector) const {
   Load(sector);
   const std::uint64_t bit = sector % kSectorsPerPage;
@@ -70,12 +82,18 @@ void SectorSet::Load(std::uint64_t sector) const {
   file_->ReadAt(offset, std::as_writable_bytes(std::span(page_).first(present)));
 }
 
-std::optional<SectorRange> SectorSet::Cursor::Next() {
-  while (sector_ < set_.end_ && !set_.Has(sector_)) {
-    ++sector_;
-    if (sector_ % kSectorsPerPage != 0 || sector_ >= set_.end_) continue;
-    sector_ = set_.file_->NextData(sector_ / 8).value_or(set_.end_ / 8 + 1) * 8;
+/// The first sector of the set from one on, or `end`, which is at most the set's own.
+std::uint64_t SectorSet::NextIn(std::uint64_t sector, std::uint64_t end) const {
+  while (sector < end && !Has(sector)) {
+    ++sector;
+    if (sector % kSectorsPerPage != 0 || sector >= end) continue;
+    sector = file_->NextData(sector / 8).value_or(end / 8 + 1) * 8;
   }
+  return std::min(sector, end);
+}
+
+std::optional<SectorRange> SectorSet::Cursor::Next() {
+  sector_ = set_.NextIn(sector_, set_.end_);
   if (sector_ >= set_.end_) return std::nullopt;
   const std::uint64_t first = sector_;
   while (sector_ < set_.end_ && set_.Has(sector_)) ++sector_;

@@ -31,6 +31,14 @@ class SectorSet {
   /// can't be read.
   [[nodiscard]] bool Overlaps(const SectorRange& sectors) const;
 
+  /// Whether a sector is in the set, and how many from it on are the same in this.
+  struct Run {
+    bool isIn = false;
+    std::uint64_t count = 0;
+  };
+  /// \param most  The run ends after so many sectors, at least 1. Throws Failure when the temporary file can't be read.
+  [[nodiscard]] Run RunAt(std::uint64_t sector, std::uint64_t most) const;
+
   /// Number of sectors in the set.
   [[nodiscard]] std::uint64_t Count() const { return count_; }
 
@@ -49,6 +57,7 @@ class SectorSet {
 
  private:
   [[nodiscard]] bool Has(std::uint64_t sector) const;
+  [[nodiscard]] std::uint64_t NextIn(std::uint64_t sector, std::uint64_t end) const;
   bool Set(std::uint64_t sector);
   void Load(std::uint64_t sector) const;
 

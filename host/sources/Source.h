@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <optional>
 #include <span>
+#include <string>
+#include <vector>
 
 namespace qzmtraw::host {
 
@@ -32,6 +34,9 @@ class ISource {
 
   /// Bytes per sector, where the source itself says that.
   [[nodiscard]] virtual std::optional<std::uint32_t> SectorSize() const { return std::nullopt; }
+
+  /// What the user should know about how it was opened, a sentence each.
+  [[nodiscard]] virtual std::vector<std::string> Notes() const { return {}; }
 
   /// Reads bytes from `offset` on. May bring fewer than asked for; none without an error means that there are no more.
   /// Several threads may call it at once.

@@ -16,6 +16,19 @@ struct SourceOptions {
   std::string image;
   /// In bytes, from 1 to kMaxSectorSize. None: the source's own, or kDefaultSectorSize.
   std::optional<std::uint32_t> sectorSize{};
+  /// Take the image's own bytes, whatever format they have.
+  bool isRaw = false;
+  /// Where to begin and how much to scan, as ParseSize takes them; empty: at the start, and all.
+  std::string offset{};
+  std::string length{};
+  /// Number of the only partition to scan.
+  std::optional<std::uint32_t> partition{};
+  /// Leave out what belongs to files.
+  bool isUnallocatedOnly = false;
+  /// A rescue map that tells what there is of the source; empty: all.
+  std::string map{};
+  /// Where to write such a map; empty: nowhere.
+  std::string mapToWrite{};
 };
 
 }  // namespace qzmtraw::host

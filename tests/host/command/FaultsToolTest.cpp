@@ -231,6 +231,26 @@ TEST_F(FaultsToolTest, ADriveThatGoesAwayEndsIt) {
   EXPECT_TRUE(Has(table.out, "\nFailed. 3 finds (2 7z, 1 ace); scanned ")) << table.out;
 }
 
+/// The drive goes away in the middle of the copy of a file of 3 MiB, when the first copy is done.
+TEST_F(FaultsToolTest, ADriveThatGoesAwayWhileItIsCopiedLeavesWholeCopies) {
+  WriteFile(image, Image(8 * kMiB)
+                       .Put(std::size_t{128} * 512, SevenZip(1132))
+                       .Put(std::size_t{1000} * 512, SevenZip(3 * kMiB))
+                       .Put(std::size_t{8000} * 512, SevenZip(500))
+                       .Content());
+  const ToolResult result =
+      Recover(With({{"UNREADABLE", "2000000-8388608"}, {"ERROR", std::to_string(ENODEV)}, {"LATER", "1000000"}}));
+  EXPECT_EQ(result.exitCode, 1);
+  EXPECT_EQ(FindSectors(), (std::vector<int>{128, 1000, 8000}));
+  EXPECT_EQ(lines.back()["bytes"], 8 * kMiB) << "the scan was over";
+  EXPECT_EQ(lines.back()["files_written"], 1);
+  EXPECT_TRUE(Has(result.err, "': reading at byte 2000000 failed: No such device: see whether the drive is still "
+                              "connected; the list holds what was found before\n"))
+      << result.err;
+  EXPECT_EQ(Files(), (Names{"7z/000000000128-r144.7z"}));
+  EXPECT_EQ(ReadFile(out + "/7z/000000000128-r144.7z"), SevenZip(1132));
+}
+
 TEST_F(FaultsToolTest, AListThatDoesNotFitOntoTheDiskIsToldOf) {
   ToolSetup setup = With(FillWithHeads(kMiB));
   setup.faults["ROOM"] = "200000";

@@ -51,6 +51,21 @@ TEST_F(ReadAheadTest, EveryUserGetsAllPieces) {
   }
 }
 
+TEST_F(ReadAheadTest, PiecesBeginWhereTheRangeDoes) {
+  Device part(source, kSectorSize, {.range = {3, 6}, .leftOut = {}, .skipped = {}});
+  ReadAhead pieces(part, 4, 4, 1, failures);
+  const Piece* piece = pieces.Get(0);
+  ASSERT_NE(piece, nullptr);
+  EXPECT_EQ(piece->startSector, 3U);
+  EXPECT_EQ(piece->bytes.front(), 3);
+  piece = pieces.Get(1);
+  ASSERT_NE(piece, nullptr);
+  EXPECT_EQ(piece->startSector, 7U);
+  EXPECT_EQ(piece->sectorCount, 2U);
+  EXPECT_EQ(piece->bytes.back(), 8);
+  EXPECT_EQ(pieces.Get(2), nullptr);
+}
+
 TEST_F(ReadAheadTest, ALostDeviceEndsItBehindTheLastWholePiece) {
   source.badOffsets = {5 * kSectorSize};
   source.error = ENODEV;

@@ -158,7 +158,86 @@ TEST(DeviceTest, ALongSearchForReadableSectorsCanBeStopped) {
   const Read read = ReadFrom(device, 0, 5, [&] { return ++asked == 3; });
   EXPECT_FALSE(read.isWhole);
   EXPECT_EQ(read.text, "....................");
-  EXPECT_EQ(RangesOf(device.Unreadable()), (Ranges{{0, 2}})) << "what was not tried is not called unreadable";
+  EXPECT_EQ(RangesOf(device.Unreadable()), (Ranges{{0, 1}})) << "what was not tried is not called unreadable";
+}
+
+/// A device of 2048 sectors, some of which can't be read.
+class BadAreaTest : public ::testing::Test {
+ protected:
+  /// How many reads it takes to read everything at once. The bad sectors have to be zeros, and the others there.
+  int ReadsAround(const Ranges& bad) {
+    FakeSource source(Bytes(std::size_t{2048} * 4, 'x'));
+    for (const SectorRange& range : bad) {
+      for (std::uint64_t i = 0; i < range.count; ++i) source.badOffsets.insert((range.first + i) * 4 + 1);
+    }
+    source.error = EIO;
+    Device device(source, 4);
+    std::string expected(std::size_t{2048} * 4, 'x');
+    for (const SectorRange& range : bad) expected.replace(range.first * 4, range.count * 4, range.count * 4, '.');
+    EXPECT_EQ(ReadFrom(device, 0, 2048).text, expected);
+    EXPECT_EQ(RangesOf(device.Unreadable()), bad);
+    return source.readCount;
+  }
+};
+
+/// Sector by sector there would be 2049 reads.
+TEST_F(BadAreaTest, AFewBadSectorsTakeFewReads) {
+  // All, the bad one, and 1, 2, 4 … of those behind it.
+  EXPECT_LE(ReadsAround({{1000, 1}}), 2 + 11);
+  // Here the source doesn't say by what it brings where the bad sector is.
+  EXPECT_LE(ReadsAround({{0, 1}}), 12 + 11);
+  EXPECT_LE(ReadsAround({{2047, 1}}), 2);
+  EXPECT_LE(ReadsAround({{1000, 64}}), 1 + 64 + 11);
+  EXPECT_LE(ReadsAround({{100, 8}, {1900, 8}}), 2 * (1 + 8 + 11));
+}
+
+TEST_F(BadAreaTest, NothingButBadSectorsTakesHardlyMoreThanOneReadEach) { EXPECT_LE(ReadsAround({{0, 2048}}), 2048 + 11); }
+
+DeviceView View(SectorRange range, const Ranges& leftOut = {}, const Ranges& skipped = {}) {
+  DeviceView view{range, {}, {}};
+  for (const SectorRange& each : leftOut) view.leftOut.Add(each);
+  for (const SectorRange& each : skipped) view.skipped.Add(each);
+  return view;
+}
+
+TEST(DeviceViewTest, WhatLiesOutsideTheRangeIsBehindTheEnd) {
+  FakeSource source(Letters());
+  Device device(source, 4, View({1, 2}));
+  const Read read = ReadFrom(device, 0, 5);
+  EXPECT_FALSE(read.isWhole);
+  EXPECT_EQ(read.text, "....bbbbcccc........");
+  EXPECT_TRUE(ReadFrom(device, 1, 2).isWhole);
+  const int before = source.readCount;
+  EXPECT_EQ(ReadFrom(device, 0, 1).text, "....");
+  EXPECT_EQ(ReadFrom(device, 3, 2).text, "........");
+  EXPECT_FALSE(ReadFrom(device, std::numeric_limits<std::uint64_t>::max(), 2).isWhole);
+  EXPECT_EQ(source.readCount, before);
+  EXPECT_EQ(device.Unreadable().Count(), 0U);
+  EXPECT_EQ(device.RangeBegin(), 4U);
+  EXPECT_EQ(device.RangeEnd(), 12U);
+}
+
+TEST(DeviceViewTest, ARangeIsCutToWhatThereIs) {
+  FakeSource source(Letters());
+  Device device(source, 4, View({3, 100}));
+  EXPECT_EQ(device.Range(), (SectorRange{3, 2}));
+  EXPECT_EQ(device.RangeEnd(), 18U) << "an incomplete sector counts with what it has";
+  EXPECT_EQ(Device(source, 4, View({9, 1})).Range(), (SectorRange{5, 0}));
+  EXPECT_EQ(Device(source, 4).RangeEnd(), 18U);
+}
+
+TEST(DeviceViewTest, WhatIsLeftOutOrSkippedIsZeroAndNotRead) {
+  FakeSource source(Letters());
+  source.badOffsets = {5, 6, 7, 12};
+  source.error = ENODEV;
+  Device device(source, 4, View({0, 5}, {{1, 1}}, {{3, 1}}));
+  EXPECT_EQ(ReadFrom(device, 0, 5).text, "aaaa....cccc....ee..");
+  EXPECT_FALSE(device.IsLost());
+  EXPECT_TRUE(ReadFrom(device, 0, 3).isWhole) << "what was left out counts as read";
+  EXPECT_FALSE(ReadFrom(device, 3, 1).isWhole) << "what was skipped doesn't";
+  EXPECT_EQ(device.Unreadable().Count(), 0U);
+  EXPECT_EQ(device.Skipped().Count(), 1U);
+  EXPECT_EQ(device.LeftOut().Count(), 1U);
 }
 
 TEST(SectorReaderTest, TellsWhetherAllIsThere) {

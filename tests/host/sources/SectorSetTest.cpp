@@ -57,6 +57,29 @@ TEST(SectorSetTest, RangesGoAcrossPagesAndHoles) {
   EXPECT_FALSE(set.Overlaps({10 * kPage, 90 * kPage}));
 }
 
+TEST(SectorSetTest, TellsRuns) {
+  SectorSet set;
+  constexpr std::uint64_t kFar = 9 * kPage;
+  AddAll(set, {{5, 2}, {kPage - 1, 2}, {kFar, 1}});
+  const auto expectRun = [&](std::uint64_t sector, std::uint64_t most, bool isIn, std::uint64_t count) {
+    const SectorSet::Run run = set.RunAt(sector, most);
+    EXPECT_EQ(run.isIn, isIn) << sector;
+    EXPECT_EQ(run.count, count) << sector;
+  };
+  expectRun(0, 100, false, 5);
+  expectRun(0, 3, false, 3);
+  expectRun(5, 100, true, 2);
+  expectRun(6, 100, true, 1);
+  expectRun(5, 1, true, 1);
+  expectRun(7, 20, false, 20);
+  expectRun(7, 2 * kPage, false, kPage - 8);
+  expectRun(kPage - 1, 100, true, 2);
+  expectRun(kPage + 1, 100 * kPage, false, kFar - kPage - 1);
+  expectRun(kFar + 1, 7, false, 7);
+  const SectorSet empty;
+  EXPECT_EQ(empty.RunAt(3, 8).count, 8U);
+}
+
 TEST(SectorSetTest, AgreesWithAListOfMarks) {
   constexpr std::uint64_t kSectors = 3 * kPage;
   std::mt19937_64 random(1);

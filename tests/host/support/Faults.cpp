@@ -1,8 +1,9 @@
 // Loaded in front of the C library, makes files and disks fail at places that environment variables name, each time at
 // the same. All places are in bytes.
 //
-//   QZMTRAW_FAULT_FILE           the file that the next three are about
+//   QZMTRAW_FAULT_FILE           the file that the next four are about
 //   QZMTRAW_FAULT_UNREADABLE     FROM-TO/PERIOD: in every stretch of PERIOD bytes, reading fails from here to there
+//   QZMTRAW_FAULT_LATER          reading fails only when so many bytes have been written to files
 //   QZMTRAW_FAULT_RESIZE         AT-TO: the first read that reaches AT gives the file the size TO
 //   QZMTRAW_FAULT_REPEAT         the file reads as if its first so many bytes stood there again and again
 //   QZMTRAW_FAULT_ERROR          the error of reading that fails; EIO unless stated
@@ -71,6 +72,9 @@ void SignalOnce() {
   if (!isSent.exchange(true)) ::kill(::getpid(), static_cast<int>(NumberOf("QZMTRAW_FAULT_SIGNAL")));
 }
 
+/// By all writes to files.
+std::atomic<off_t> written = 0;
+
 template <class Function>
 Function* Real(const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
@@ -97,6 +101,7 @@ ssize_t Read(int file, void* buffer, size_t size, off_t offset) {
   static const auto kRealPread = Real<ssize_t(int, void*, size_t, off_t)>("pread");
   static const Span kUnreadable = SpanOf("QZMTRAW_FAULT_UNREADABLE");
   static const Span kResize = SpanOf("QZMTRAW_FAULT_RESIZE");
+  static const off_t kLater = NumberOf("QZMTRAW_FAULT_LATER");
   static const off_t kRepeat = NumberOf("QZMTRAW_FAULT_REPEAT");
   static const off_t kError = NumberOf("QZMTRAW_FAULT_ERROR");
   static const off_t kSignalAt = NumberOf("QZMTRAW_FAULT_SIGNAL_READ");
@@ -107,7 +112,7 @@ ssize_t Read(int file, void* buffer, size_t size, off_t offset) {
   if (end > kResize.from && !isResized.exchange(true)) {
     if (::truncate(std::getenv("QZMTRAW_FAULT_FILE"), kResize.to) != 0) return -1;
   }
-  if (kUnreadable.from != kNowhere) {
+  if (kUnreadable.from != kNowhere && (kLater == kNowhere || written >= kLater)) {
     const off_t phase = offset % kUnreadable.period;
     if (phase >= kUnreadable.from && phase < kUnreadable.to) {
       errno = kError == kNowhere ? EIO : static_cast<int>(kError);
@@ -129,7 +134,6 @@ ssize_t Read(int file, void* buffer, size_t size, off_t offset) {
 size_t Room(int file, size_t size) {
   static const off_t kRoom = NumberOf("QZMTRAW_FAULT_ROOM");
   static const off_t kSignalAt = NumberOf("QZMTRAW_FAULT_SIGNAL_WRITE");
-  static std::atomic<off_t> written = 0;
   if (!IsOnDisk(file)) return size;
   const off_t before = written;
   const size_t room = std::min(size, static_cast<size_t>(kRoom - std::min(kRoom, before)));
