@@ -1,0 +1,37 @@
+# Lets tests be compiled several at once, which saves the time for their headers. Tests name what only they use alike, so
+# each goes as a copy with a namespace of its own inside the one that it is in. Lines are where they were. What
+# specialises a template of the library has to stay in the library's namespace, and alone.
+#
+# test_units(<variable> <source>...): sets the variable to the sources, of which the tests are replaced by such copies
+# where a unity build is asked for.
+function(test_units variable)
+  set(units)
+  foreach(source ${ARGN})
+    cmake_path(ABSOLUTE_PATH source BASE_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR})
+    if(CMAKE_UNITY_BUILD AND source MATCHES "(Test|Inside)\\.cpp$")
+      cmake_path(RELATIVE_PATH source BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE name)
+      string(MAKE_C_IDENTIFIER "${name}" unit)
+      string(TOLOWER "${unit}" unit)
+      set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${source})
+      file(READ ${source} text)
+      if(text MATCHES "\ntemplate <>")
+        set_source_files_properties(${source} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+        list(APPEND units ${source})
+        continue()
+      endif()
+      string(REGEX REPLACE "\nnamespace (qzmtraw[a-z:]*) {" "\nnamespace \\1::${unit} {" text "${text}")
+      set(copy ${PROJECT_BINARY_DIR}/units/${name})
+      string(PREPEND text "#line 1 \"${source}\"\n")
+      set(written "")
+      if(EXISTS ${copy})
+        file(READ ${copy} written)
+      endif()
+      if(NOT text STREQUAL written)
+        file(WRITE ${copy} "${text}")
+      endif()
+      set(source ${copy})
+    endif()
+    list(APPEND units ${source})
+  endforeach()
+  set(${variable} ${units} PARENT_SCOPE)
+endfunction()
