@@ -8,6 +8,7 @@
 #include "host/base/Interrupt.h"
 #include "host/base/Text.h"
 #include "host/finds/FindStore.h"
+#include "host/finds/JudgedFinds.h"
 #include "host/recovery/OutputDirectory.h"
 #include "host/scan/Progress.h"
 
@@ -27,10 +28,15 @@ std::string FolderName(const std::string& extension) {
   return name.empty() ? "bin" : name;
 }
 
-std::uint64_t TotalLength(const FindStore& finds, const CarvePlanner& planner) {
+/// Embedded finds are part of the copy of another one.
+bool IsWanted(const FindRecord& record, const RecoveryOptions& options) {
+  return options.embedded || !record.embeddedIn;
+}
+
+std::uint64_t TotalLength(const FindStore& finds, const ScanJob& job, const RecoveryOptions& options) {
   std::uint64_t total = 0;
-  PlannedFinds plannedFinds(finds, planner);
-  while (const auto planned = plannedFinds.Next()) total += planned->plan.length;
+  JudgedFinds judged(finds, job.Judge(), job.Listing());
+  while (const auto record = judged.Next()) total += IsWanted(*record, options) ? record->plan.length : 0;
   return total;
 }
 
@@ -38,13 +44,14 @@ std::uint64_t TotalLength(const FindStore& finds, const CarvePlanner& planner) {
 class Recovery {
  public:
   /// \param finds  Sorted.
-  Recovery(ScanJob& job, const FindStore& finds, OutputDirectory& directory, std::ostream* progress)
+  Recovery(ScanJob& job, const FindStore& finds, const RecoveryOptions& options, OutputDirectory& directory,
+           std::ostream* progress)
       : job_(job),
         directory_(directory),
         buffer_(std::max(1U, kCopySize / job.ScannedDevice().SectorSize()) *
                 std::size_t{job.ScannedDevice().SectorSize()}),
         findCount_(finds.Count()),
-        progress_(progress, "copying", TotalLength(finds, job.Planner())) {}
+        progress_(progress, "copying", TotalLength(finds, job, options)) {}
 
   /// Copies one find.
   /// \return The path of the copy, or none if the work was stopped, which the job knows then.
@@ -123,14 +130,13 @@ ExitCode RunRecoverCommand(const ScanOptions& options, const RecoveryOptions& re
   job.Scan([&](const Find& find) { finds.Add(find); });
   finds.Sort();
   {
-    Recovery recovery(job, finds, output, console.progress);
-    PlannedFinds plannedFinds(finds, job.Planner());
-    while (const auto planned = plannedFinds.Next()) {
-      const auto& [find, plan] = *planned;
-      job.Add({.find = find,
-               .type = &job.TypeOf(find),
-               .plan = plan,
-               .recovered = RecoveredFile{.path = recovery.Copy(find, plan), .sha256 = {}}});
+    Recovery recovery(job, finds, recoveryOptions, output, console.progress);
+    JudgedFinds judged(finds, job.Judge(), job.Listing());
+    while (auto record = judged.Next()) {
+      RecoveredFile file;
+      if (IsWanted(*record, recoveryOptions)) file.path = recovery.Copy(record->find, record->plan);
+      record->recovered = file;
+      job.Add(*record);
     }
     job.SetFilesWritten(recovery.FilesWritten());
   }

@@ -1,26 +1,23 @@
 #include "host/command/ScanCommand.h"
 
-#include <optional>
-
 #include "host/finds/FindStore.h"
+#include "host/finds/JudgedFinds.h"
 
 namespace qzmtraw::host {
 
 ExitCode RunScanCommand(const ScanOptions& options, const Console& console) {
   ScanJob job(options, console);
-  const auto list = [&job](const PlannedFind& planned) {
-    job.Add({planned.find, &job.TypeOf(planned.find), planned.plan});
-  };
-  if (options.outputs.format == OutputFormat::kJsonLines) {
-    // Programs want finds as they come; people want them by place.
-    job.Scan([&](const Find& find) { list(job.Planner().Plan(find)); });
+  const FindJudge judge = job.Judge();
+  if (options.finds.all && options.outputs.format == OutputFormat::kJsonLines) {
+    // Programs may want finds as they come; judging takes all of them, and people want them by place.
+    job.Scan([&](const Find& find) { job.Add(judge.Record(find, judge.Planner().Plan(find).plan)); });
     return job.Finish();
   }
   FindStore finds(job.StoreMemory());
   job.Scan([&](const Find& find) { finds.Add(find); });
   finds.Sort();
-  PlannedFinds plannedFinds(finds, job.Planner());
-  while (const auto planned = plannedFinds.Next()) list(*planned);
+  JudgedFinds judged(finds, judge, job.Listing());
+  while (const auto record = judged.Next()) job.Add(*record);
   return job.Finish();
 }
 

@@ -33,6 +33,12 @@ PlannedFind CarvePlanner::Plan(const Find& find, std::optional<std::uint64_t> ne
   return planned;
 }
 
+CarvePlan CarvePlanner::PlanUpTo(const Find& find, std::optional<std::uint64_t> nextSector) const {
+  CarvePlan plan{.offset = OffsetOf(find.startSector), .isEstimated = true};
+  plan.length = std::min(find.size, (nextSector ? OffsetOf(*nextSector) : deviceSize_) - plan.offset);
+  return plan;
+}
+
 std::uint64_t CarvePlanner::OffsetOf(std::uint64_t sector) const {
   return sector <= deviceSize_ / sectorSize_ ? sector * sectorSize_ : deviceSize_;
 }

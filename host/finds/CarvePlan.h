@@ -46,6 +46,9 @@ class CarvePlanner {
   ///                    known yet.
   [[nodiscard]] PlannedFind Plan(const Find& find, std::optional<std::uint64_t> nextSector = std::nullopt) const;
 
+  /// Plans for a find whose size says no more than where it ends at most: it ends there or where the next file starts.
+  [[nodiscard]] CarvePlan PlanUpTo(const Find& find, std::optional<std::uint64_t> nextSector) const;
+
  private:
   [[nodiscard]] std::uint64_t OffsetOf(std::uint64_t sector) const;
 

@@ -9,6 +9,8 @@ namespace qzmtraw::host {
 struct RecoveryOptions {
   /// Where the copies go.
   std::string directory;
+  /// Copy files that lie inside of others as well.
+  bool embedded = false;
 };
 
 }  // namespace qzmtraw::host

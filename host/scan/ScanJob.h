@@ -13,6 +13,7 @@
 #include "host/command/ExitCode.h"
 #include "host/finds/CarvePlan.h"
 #include "host/finds/FindOptions.h"
+#include "host/finds/JudgedFinds.h"
 #include "host/outputs/OutputOptions.h"
 #include "host/outputs/Report.h"
 #include "host/scan/RunOptions.h"
@@ -46,6 +47,11 @@ class ScanJob {
   void Scan(const FindTaker& take);
 
   [[nodiscard]] CarvePlanner Planner() const { return {catalogue_, device_.RangeEnd(), device_.SectorSize()}; }
+  [[nodiscard]] FindJudge Judge() const { return {catalogue_, device_.RangeEnd(), device_.SectorSize()}; }
+  /// Which finds are to be listed.
+  [[nodiscard]] JudgedFinds::Listing Listing() const {
+    return options_.finds.all ? JudgedFinds::Listing::kAll : JudgedFinds::Listing::kJudged;
+  }
   /// In bytes, for finds that are kept.
   [[nodiscard]] std::size_t StoreMemory() const { return memory_.storeMemory; }
   [[nodiscard]] const TypeInfo& TypeOf(const Find& find) const;

@@ -66,6 +66,11 @@ TypeCatalogue ReadTypeCatalogue(IRawFileTypeFactory& registry) {
       info.group = LetterOf(guid, groups);
       info.groupGuid = RegistryForm(guid);
     }
+    if (static_cast<std::size_t>(row) < AllTypeFacts().size()) {
+      info.facts = AllTypeFacts()[static_cast<std::size_t>(row)];
+      info.rule = AllTypeRules()[static_cast<std::size_t>(row)];
+      info.greatestSize = info.rule.greatestSize;
+    }
     catalogue.push_back(info);
   }
   return catalogue;

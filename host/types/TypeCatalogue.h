@@ -8,6 +8,7 @@
 #include <string_view>
 #include <vector>
 
+#include "host/types/TypeFacts.h"
 #include "qzmtraw/RawFileTypeFactory.h"
 
 namespace qzmtraw::host {
@@ -18,7 +19,7 @@ struct SizeHints {
   std::uint64_t greatest = 0;
 };
 
-/// What the library says about one kind of file.
+/// What is known about one kind of file: what the library says, and what the tool knows beyond that.
 struct TypeInfo {
   /// Row of the registry.
   std::int32_t row = 0;
@@ -33,6 +34,10 @@ struct TypeInfo {
   std::string groupGuid;
   /// None for kinds whose detectors always determine the size, and for some others.
   std::optional<SizeHints> hints;
+  TypeFacts facts{};
+  TypeRule rule{};
+  /// The size to which this scan clips, in bytes; 0: it clips to none. As in `rule`, unless the user wants another.
+  std::uint64_t greatestSize = 0;
 };
 
 /// All kinds; a kind's place is its row.
