@@ -33,6 +33,8 @@ struct TypeInfo {
   std::string groupGuid;
   /// None for kinds whose detectors always determine the size, and for some others.
   std::optional<SizeHints> hints;
+  /// The name of its detector's class; empty where it isn't known.
+  std::string className{};
 };
 
 /// All kinds; a kind's place is its row.
