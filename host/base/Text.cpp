@@ -51,7 +51,9 @@ bool IsHarmless(std::uint32_t code) {
   const bool isLineBreak = code == 0x2028 || code == 0x2029;
   const bool isDirection = code == 0x200E || code == 0x200F || (code >= 0x202A && code <= 0x202E) ||
                            (code >= 0x2066 && code <= 0x2069) || code == 0x061C;
-  return !isControl && !isLineBreak && !isDirection;
+  // The mark of byte order isn't seen, and the two behind it are no characters: XML can't hold them.
+  const bool isNone = code == 0xFEFF || code == 0xFFFE || code == 0xFFFF;
+  return !isControl && !isLineBreak && !isDirection && !isNone;
 }
 
 void AppendHex(std::string& text, std::string_view bytes) {

@@ -16,7 +16,8 @@ std::string Latin1ToUtf8(std::string_view latin1);
 bool IsUtf8(std::string_view text);
 
 /// Makes any bytes, such as a path, fit for a line on a terminal. What is not UTF-8, control characters and marks that
-/// change the writing direction come out byte by byte as \xHH, and a backslash as two. Everything else stays.
+/// change the writing direction come out byte by byte as \xHH, as do U+FEFF, U+FFFE and U+FFFF, and a backslash as two.
+/// Everything else stays, and may stand in an XML document.
 std::string Printable(std::string_view bytes);
 
 /// `Printable` in single quotes, for messages.

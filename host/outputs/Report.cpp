@@ -5,6 +5,34 @@
 
 namespace qzmtraw::host {
 
+std::string_view ConfidenceName(Confidence confidence) {
+  switch (confidence) {
+    case Confidence::kDoubtful:
+      return "doubtful";
+    case Confidence::kStartOnly:
+      return "start-only";
+    case Confidence::kFromHeader:
+      return "from-header";
+    case Confidence::kCheckedEnd:
+      return "checked-end";
+  }
+  return "start-only";
+}
+
+std::string_view VerdictName(Verdict verdict) {
+  switch (verdict) {
+    case Verdict::kNotLooked:
+      return "not-looked";
+    case Verdict::kUndecided:
+      return "undecided";
+    case Verdict::kConfirmed:
+      return "confirmed";
+    case Verdict::kContradicted:
+      return "contradicted";
+  }
+  return "not-looked";
+}
+
 std::unique_ptr<IReport> MakeReport(OutputFormat format, std::ostream& out) {
   if (format == OutputFormat::kJsonLines) return std::make_unique<JsonReport>(out);
   return std::make_unique<TableReport>(out);

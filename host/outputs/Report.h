@@ -8,11 +8,13 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/finds/CarvePlan.h"
 #include "host/finds/Find.h"
 #include "host/outputs/OutputOptions.h"
+#include "host/outputs/Provenance.h"
 #include "host/sources/SectorSet.h"
 #include "host/types/TypeCatalogue.h"
 
@@ -37,6 +39,10 @@ struct SourceInfo {
   };
   /// None: all of it.
   std::optional<Part> part{};
+  /// Of the source's bytes, in small hexadecimal digits; empty if nobody worked it out.
+  std::string sha256{};
+  /// Who looks.
+  Provenance run{};
 };
 
 /// How sure it is that a find is what it claims to be, from the least on.
@@ -59,6 +65,12 @@ enum class Verdict {
   kConfirmed,
   kContradicted,
 };
+
+/// As every list gives them: "doubtful", "start-only", "from-header", "checked-end".
+std::string_view ConfidenceName(Confidence confidence);
+
+/// As every list gives them: "not-looked", "undecided", "confirmed", "contradicted".
+std::string_view VerdictName(Verdict verdict);
 
 /// What became of a find's bytes.
 struct RecoveredFile {
@@ -105,6 +117,7 @@ struct Summary {
   std::optional<std::uint64_t> filesWritten;
   /// The sectors that a map says are not there; null: no map. Belongs to the caller.
   const SectorSet* skipped = nullptr;
+  std::chrono::system_clock::time_point ended{};
 };
 
 /// Writes a list of finds.

@@ -1,0 +1,22 @@
+#include "host/outputs/LibraryVersions.h"
+
+#include <gnu/libc-version.h>
+#include <libxml/parser.h>
+#include <sqlite3.h>
+
+#include <CLI/Version.hpp>
+#include <nlohmann/json_fwd.hpp>
+
+namespace qzmtraw::host {
+
+std::map<std::string, std::string> LibraryVersions() {
+  return {{"CLI11", CLI11_VERSION},
+          {"glibc", ::gnu_get_libc_version()},
+          {"libxml2", xmlParserVersion},
+          {"nlohmann_json", std::to_string(NLOHMANN_JSON_VERSION_MAJOR) + "." +
+                                std::to_string(NLOHMANN_JSON_VERSION_MINOR) + "." +
+                                std::to_string(NLOHMANN_JSON_VERSION_PATCH)},
+          {"sqlite", ::sqlite3_libversion()}};
+}
+
+}  // namespace qzmtraw::host
