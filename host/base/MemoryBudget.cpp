@@ -42,6 +42,7 @@ MemoryBudget DivideMemory(std::uint64_t memory, std::uint32_t sectorSize, std::s
   budget.scan.pieceCount = static_cast<std::size_t>(std::min(kMostPieces, (forPieces - forCopies) / pieceSize));
   budget.scan.mostFinds = static_cast<std::size_t>(free / 8 / kWaitingFindSize);
   budget.storeMemory = static_cast<std::size_t>(std::min(kMostStoreMemory, free / 4));
+  budget.copyMemory = forPieces;
   return budget;
 }
 

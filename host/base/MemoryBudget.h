@@ -19,6 +19,8 @@ struct MemoryBudget {
   ScanMemory scan;
   /// For finds that are kept until the scan is over, in bytes.
   std::size_t storeMemory = 0;
+  /// For copying files when the scan is over, in bytes.
+  std::uint64_t copyMemory = 0;
 };
 
 /// Divides memory of kLeastMemory to kGreatestMemory bytes. Where sectors are so large that it doesn't do for all

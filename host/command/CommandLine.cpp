@@ -50,8 +50,9 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
   CLI::App* recover = app.add_subcommand("recover", "List the files on an image and copy them");
   AddScanOptions(*recover, options);
   AddRecoveryOptions(*recover, recoveryOptions);
-  recover->footer(std::string("Copies are named DIR/EXT/SECTOR-rROW.EXT. Of a file of unknown size as much is\n"
-                              "copied as may belong to it. A copy that fails is removed.\n\n") +
+  recover->footer(std::string("Copies are named DIR/CATEGORY/EXT/SECTOR[_TITLE].EXT and listed in\n"
+                              "DIR/manifest.jsonl and DIR/SHA256SUMS. A recovery that was broken off goes on when\n"
+                              "it is started again.\n\n") +
                   kExitCodes);
 
   CLI::App* types = app.add_subcommand("types", "List the file types that can be found");

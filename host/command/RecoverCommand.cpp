@@ -2,145 +2,68 @@
 
 #include <algorithm>
 #include <memory>
-#include <optional>
 
 #include "host/base/Error.h"
-#include "host/base/Interrupt.h"
 #include "host/base/Text.h"
+#include "host/base/Version.h"
 #include "host/finds/FindStore.h"
-#include "host/finds/JudgedFinds.h"
+#include "host/outputs/FindList.h"
 #include "host/recovery/OutputDirectory.h"
-#include "host/scan/Progress.h"
+#include "host/recovery/Recovery.h"
 
 namespace qzmtraw::host {
 namespace {
 
-constexpr std::size_t kSectorDigits = 12;
-constexpr std::uint32_t kCopySize = 1U << 20U;
-
-/// The extension as a name that any file system takes.
-std::string FolderName(const std::string& extension) {
-  std::string name;
-  for (const char c : extension) {
-    const bool isPlain = (c >= '0' && c <= '9') || (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-    name += isPlain ? c : '_';
+/// Opens a list of the job's source. Throws Failure when it is about another one.
+std::unique_ptr<FindListReader> OpenList(const ScanJob& job, const std::string& path) {
+  auto list = std::make_unique<FindListReader>(path, job.Catalogue());
+  const SourceInfo& source = list->Source();
+  const Device& device = job.ScannedDevice();
+  if (source.size != device.Size() || source.sectorSize != device.SectorSize()) {
+    throw Failure("the list " + Quoted(path) + " is about a source of " + std::to_string(source.size) +
+                  " bytes in sectors of " + std::to_string(source.sectorSize) + " bytes, and this one has " +
+                  std::to_string(device.Size()) + " bytes in sectors of " + std::to_string(device.SectorSize()) +
+                  ": name the source that was scanned (it was " + Quoted(source.path) + "), and its --sector-size");
   }
-  return name.empty() ? "bin" : name;
+  return list;
 }
 
-/// Embedded finds are part of the copy of another one.
-bool IsWanted(const FindRecord& record, const RecoveryOptions& options) {
-  return options.embedded || !record.embeddedIn;
+/// Takes the finds of a list, of the chosen types, in place of a scan.
+void TakeList(ScanJob& job, FindListReader& list, FindStore& finds) {
+  job.Begin();
+  const std::vector<std::int32_t>& rows = job.Rows();
+  while (const auto listed = list.Next()) {
+    if (std::ranges::binary_search(rows, listed->find.row)) finds.Add(listed->find);
+  }
 }
 
-std::uint64_t TotalLength(const FindStore& finds, const ScanJob& job, const RecoveryOptions& options) {
-  std::uint64_t total = 0;
-  JudgedFinds judged(finds, job.Judge(), job.Listing());
-  while (const auto record = judged.Next()) total += IsWanted(*record, options) ? record->plan.length : 0;
-  return total;
+void TellIfUnfinished(const FindListReader& list, const std::string& path, const Console& console) {
+  if (list.End().ending == ListEnding::kFinished) return;
+  console.err << kProgramName << ": " << Quoted(path)
+              << ": the scan that made this list did not come to its end: what it didn't reach is not copied\n";
 }
-
-/// Copies the finds of a finished scan.
-class Recovery {
- public:
-  /// \param finds  Sorted.
-  Recovery(ScanJob& job, const FindStore& finds, const RecoveryOptions& options, OutputDirectory& directory,
-           std::ostream* progress)
-      : job_(job),
-        directory_(directory),
-        buffer_(std::max(1U, kCopySize / job.ScannedDevice().SectorSize()) *
-                std::size_t{job.ScannedDevice().SectorSize()}),
-        findCount_(finds.Count()),
-        progress_(progress, "copying", TotalLength(finds, job, options)) {}
-
-  /// Copies one find.
-  /// \return The path of the copy, or none if the work was stopped, which the job knows then.
-  std::optional<std::string> Copy(const Find& find, const CarvePlan& plan) {
-    number_ = find.startSector == previous_.startSector && find.row == previous_.row ? number_ + 1 : 1;
-    previous_ = find;
-    if (!job_.GoesOn()) return std::nullopt;
-    const std::string extension = FolderName(job_.TypeOf(find).extension);
-    try {
-      const auto file = directory_.Create(extension, RecoveredName(find, extension, number_), plan.length);
-      if (!CopyBytes(find.startSector, plan.length, *file)) return std::nullopt;
-      file->Finish();
-      ++filesWritten_;
-      return file->Path();
-    } catch (const Failure& failure) {
-      // The list goes on without copies: it is worth as much as they are.
-      job_.SetError(failure.what());
-      return std::nullopt;
-    }
-  }
-
-  [[nodiscard]] std::uint64_t FilesWritten() const { return filesWritten_; }
-
- private:
-  bool IsStopped() {
-    if (IsInterrupted()) job_.SetInterrupted();
-    progress_.Update(bytesCopied_, findCount_);
-    job_.FlushNowAndThen();
-    return !job_.GoesOn();
-  }
-
-  bool CopyBytes(std::uint64_t sector, std::uint64_t length, OutputFile& file) {
-    Device& device = job_.ScannedDevice();
-    while (length > 0) {
-      if (IsStopped()) return false;
-      const std::uint64_t sectors =
-          std::min<std::uint64_t>(buffer_.size() / device.SectorSize(), (length - 1) / device.SectorSize() + 1);
-      const auto piece = std::span(buffer_).first(static_cast<std::size_t>(sectors * device.SectorSize()));
-      device.Read(sector, piece, [this] { return IsStopped(); });
-      if (device.IsLost()) job_.SetLost();
-      if (!job_.GoesOn()) return false;
-      const std::uint64_t count = std::min<std::uint64_t>(length, piece.size());
-      file.Write(piece.first(static_cast<std::size_t>(count)));
-      sector += sectors;
-      length -= count;
-      bytesCopied_ += count;
-    }
-    return true;
-  }
-
-  ScanJob& job_;
-  OutputDirectory& directory_;
-  std::vector<std::uint8_t> buffer_;
-  std::uint64_t bytesCopied_ = 0;
-  std::uint64_t filesWritten_ = 0;
-  Find previous_{.row = -1};
-  std::size_t number_ = 0;
-  std::uint64_t findCount_;
-  Progress progress_;
-};
 
 }  // namespace
 
-std::string RecoveredName(const Find& find, const std::string& extension, std::size_t number) {
-  const std::string sector = std::to_string(find.startSector);
-  std::string name = sector.size() < kSectorDigits ? std::string(kSectorDigits - sector.size(), '0') + sector : sector;
-  name += "-r" + std::to_string(find.row);
-  if (number > 1) name += "-" + std::to_string(number);
-  return name + "." + extension;
-}
-
 ExitCode RunRecoverCommand(const ScanOptions& options, const RecoveryOptions& recoveryOptions, const Console& console) {
   ScanJob job(options, console);
-  OutputDirectory output(recoveryOptions.directory);
+  const auto list = recoveryOptions.list.empty() ? nullptr : OpenList(job, recoveryOptions.list);
+  OutputDirectory output(recoveryOptions.directory, ManifestHeadFor(job, recoveryOptions));
   FindStore finds(job.StoreMemory());
-  job.Scan([&](const Find& find) { finds.Add(find); });
-  finds.Sort();
-  {
-    Recovery recovery(job, finds, recoveryOptions, output, console.progress);
-    JudgedFinds judged(finds, job.Judge(), job.Listing());
-    while (auto record = judged.Next()) {
-      RecoveredFile file;
-      if (IsWanted(*record, recoveryOptions)) file.path = recovery.Copy(record->find, record->plan);
-      record->recovered = file;
-      job.Add(*record);
-    }
-    job.SetFilesWritten(recovery.FilesWritten());
+  if (list != nullptr) {
+    TakeList(job, *list, finds);
+    TellIfUnfinished(*list, recoveryOptions.list, console);
+  } else {
+    job.Scan([&](const Find& find) { finds.Add(find); });
   }
-  return job.Finish();
+  finds.Sort();
+  Recovery recovery(job, finds, output, recoveryOptions, console.progress);
+  recovery.Run();
+  const ExitCode code = job.Finish();
+  if (recovery.UnreadableBytes() == 0 || code != ExitCode::kDone) return code;
+  console.err << kProgramName << ": " << recovery.UnreadableBytes()
+              << " bytes of the copies could not be read by an earlier run and are zeros, see the manifest\n";
+  return ExitCode::kUnreadable;
 }
 
 }  // namespace qzmtraw::host

@@ -37,16 +37,11 @@ int RenameNew(int folder, const std::string& from, const std::string& to) {
 
 }  // namespace
 
-OutputFile::OutputFile(const FileDescriptor& folder, std::string name, std::string path, std::uint64_t length)
-    : folder_(folder.Get()),
-      name_(std::move(name)),
-      partName_(name_ + ".part"),
-      path_(std::move(path)),
-      length_(length) {
-  if (Exists(folder_, name_)) FailToCreate(EEXIST);
+OutputFile::OutputFile(const FileDescriptor& folder, std::string partName, std::string path, std::uint64_t length)
+    : folder_(folder.Get()), partName_(std::move(partName)), path_(std::move(path)), length_(length) {
   file_ =
       FileDescriptor(::openat(folder_, partName_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666));
-  if (!file_.IsOpen()) FailToCreate(errno);
+  if (!file_.IsOpen()) throw Failure("cannot create " + Quoted(path_ + ".part") + ": " + ErrorText(errno));
 }
 
 OutputFile::~OutputFile() {
@@ -65,12 +60,18 @@ void OutputFile::Write(std::span<const std::uint8_t> bytes) {
   WriteAll(bytes.subspan(behindHole));
 }
 
-void OutputFile::Finish() {
+void OutputFile::Complete() {
   // The end may be a hole.
   if (::ftruncate(file_.Get(), static_cast<off_t>(written_)) != 0) Fail(errno);
   if (const int error = file_.Close(); error != 0) Fail(error);
-  if (const int error = RenameNew(folder_, partName_, name_); error != 0) Fail(error);
+}
+
+bool OutputFile::Finish(const std::string& name) {
+  const int error = RenameNew(folder_, partName_, name);
+  if (error == EEXIST) return false;
+  if (error != 0) Fail(error);
   isFinished_ = true;
+  return true;
 }
 
 void OutputFile::WriteAll(std::span<const std::uint8_t> bytes) {
@@ -83,10 +84,6 @@ void OutputFile::WriteAll(std::span<const std::uint8_t> bytes) {
       Fail(errno);
     }
   }
-}
-
-void OutputFile::FailToCreate(int error) const {
-  throw Failure("cannot create " + Quoted(path_) + ": " + ErrorText(error));
 }
 
 void OutputFile::Fail(int error) const {

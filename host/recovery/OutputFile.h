@@ -14,12 +14,12 @@ namespace qzmtraw::host {
 /// under the file's own name.
 class OutputFile {
  public:
-  /// \param folder  Open directory of the file; must stay open as long as the object lives.
-  /// \param name    Name in that directory. The file must not exist yet.
-  /// \param path    The same file for messages.
-  /// \param length  Number of bytes that it is going to have.
+  /// \param folder    Open directory of the file; must stay open as long as the object lives.
+  /// \param partName  Name in that directory until it is finished. No such file may exist yet.
+  /// \param path      The finished file, or as much as is known of it, for messages.
+  /// \param length    Number of bytes that it is going to have.
   /// Throws Failure when the file can't be made.
-  OutputFile(const FileDescriptor& folder, std::string name, std::string path, std::uint64_t length);
+  OutputFile(const FileDescriptor& folder, std::string partName, std::string path, std::uint64_t length);
   OutputFile(const OutputFile&) = delete;
   OutputFile& operator=(const OutputFile&) = delete;
   ~OutputFile();
@@ -28,18 +28,18 @@ class OutputFile {
   /// Throws Failure when the disk is full or fails.
   void Write(std::span<const std::uint8_t> bytes);
 
-  /// Makes the file permanent and gives it its name. Throws Failure like Write.
-  void Finish();
+  /// Comes behind the last Write. Throws Failure like Write.
+  void Complete();
 
-  [[nodiscard]] const std::string& Path() const { return path_; }
+  /// Gives the complete file its name. Throws Failure like Write.
+  /// \return Whether the name was free. If not, nothing changes.
+  bool Finish(const std::string& name);
 
  private:
   void WriteAll(std::span<const std::uint8_t> bytes);
-  [[noreturn]] void FailToCreate(int error) const;
   [[noreturn]] void Fail(int error) const;
 
   int folder_;
-  std::string name_;
   std::string partName_;
   std::string path_;
   std::uint64_t length_;

@@ -9,8 +9,14 @@ namespace qzmtraw::host {
 struct RecoveryOptions {
   /// Where the copies go.
   std::string directory;
-  /// Copy files that lie inside of others as well.
+  /// A list of finds that stands in for a scan. Empty: the source is scanned.
+  std::string list{};
+  /// Keep identical contents once.
+  bool dedupe = false;
+  /// Copy finds that lie inside of others, too.
   bool embedded = false;
+  /// Begin even if the copies may not fit.
+  bool ignoreFreeSpace = false;
 };
 
 }  // namespace qzmtraw::host

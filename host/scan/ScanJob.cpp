@@ -9,6 +9,7 @@
 #include "host/base/Interrupt.h"
 #include "host/base/Text.h"
 #include "host/base/Version.h"
+#include "host/recovery/CopyPool.h"
 #include "host/scan/Lanes.h"
 #include "host/scan/Progress.h"
 #include "host/sources/OpenSource.h"
@@ -59,10 +60,7 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
       memory_(DivideMemory(options.run.memory, device_.SectorSize(), LaneCount(options))),
       report_(MakeReport(options.outputs.format, console.out)) {}
 
-void ScanJob::Scan(const FindTaker& take) {
-  if (device_.Size() == 0) {
-    TellOf("is empty: nothing to scan");
-  }
+void ScanJob::Begin() {
   for (const std::string& note : part_.notes) TellOf(note);
   SourceInfo info{options_.source.image, device_.Size(), device_.SectorSize(), rows_.size(),
                   std::chrono::system_clock::now()};
@@ -70,7 +68,13 @@ void ScanJob::Scan(const FindTaker& take) {
   report_->Begin(info);
   // A reader on a pipe learns at once what is going on, and a full disk shows before hours of work.
   console_.out.flush();
+}
 
+void ScanJob::Scan(const FindTaker& take) {
+  if (device_.Size() == 0) {
+    TellOf("is empty: nothing to scan");
+  }
+  Begin();
   std::vector<DetectorPtr> owners;
   std::vector<DetectorLane> lanes;
   for (const Lane& rows : DealRows(rows_, catalogue_, memory_.laneCount)) {
@@ -105,6 +109,12 @@ void ScanJob::Scan(const FindTaker& take) {
   }
   const std::chrono::duration<double> span = std::chrono::steady_clock::now() - start;
   summary_.seconds = span.count();
+}
+
+std::size_t ScanJob::CopyThreadCount() const {
+  // The pieces of the scan are gone by then.
+  const std::uint64_t threads = memory_.copyMemory / CopyPool::MemoryPerThread(device_.SectorSize());
+  return static_cast<std::size_t>(std::clamp<std::uint64_t>(threads, 1, LaneCount(options_)));
 }
 
 const TypeInfo& ScanJob::TypeOf(const Find& find) const { return catalogue_.at(static_cast<std::size_t>(find.row)); }

@@ -42,6 +42,9 @@ class ScanJob {
   /// Opens everything. Throws UsageError or Failure.
   ScanJob(const ScanOptions& options, const Console& console);
 
+  /// Gives the report its beginning, for work without a scan.
+  void Begin();
+
   /// Scans the source. The report gets its beginning, and `take` what is found, as RunScan tells. What goes wrong ends
   /// the scan and is told by Finish, with what was found before; only the output may not fail.
   void Scan(const FindTaker& take);
@@ -54,8 +57,14 @@ class ScanJob {
   }
   /// In bytes, for finds that are kept.
   [[nodiscard]] std::size_t StoreMemory() const { return memory_.storeMemory; }
+  /// How many files are to be copied at a time.
+  [[nodiscard]] std::size_t CopyThreadCount() const;
   [[nodiscard]] const TypeInfo& TypeOf(const Find& find) const;
+  [[nodiscard]] const TypeCatalogue& Catalogue() const { return catalogue_; }
+  /// Those that are looked for, in ascending order.
+  [[nodiscard]] const std::vector<std::int32_t>& Rows() const { return rows_; }
   [[nodiscard]] Device& ScannedDevice() { return device_; }
+  [[nodiscard]] const Device& ScannedDevice() const { return device_; }
 
   /// Whether the work goes on: it was neither interrupted nor has it failed.
   [[nodiscard]] bool GoesOn() const { return !summary_.isInterrupted && summary_.error.empty(); }

@@ -1,0 +1,39 @@
+#include "host/recovery/ends/Ends.h"
+
+#include <algorithm>
+#include <array>
+
+namespace qzmtraw::host {
+namespace {
+
+struct RowWalk {
+  std::int32_t row;
+  EndWalk walk;
+};
+
+/// Only raw pictures that have nothing behind what their directories tell of.
+constexpr std::array kRowWalks = {
+    RowWalk{77, EndOfTiff},              // cr2
+    RowWalk{80, EndOfTiff},              // nef
+    RowWalk{83, EndOfRaf},               // raf
+    RowWalk{97, EndOfTiff},              // dng
+    RowWalk{103, EndOfTiff},             // arw
+    RowWalk{154, EndOfTar},              // tar
+    RowWalk{164, EndOfAr},               // deb
+    RowWalk{203, EndOfMxf},              // mxf
+    RowWalk{218, EndOfDirectorMovie},    // dcr
+    RowWalk{255, EndOfProgramDatabase},  // pdb
+    RowWalk{287, EndOfRegistryHive},     // hiv
+    RowWalk{289, EndOfShortcut},         // lnk
+    RowWalk{297, EndOfAr},               // lib
+    RowWalk{311, EndOfResources},        // res
+};
+
+}  // namespace
+
+EndWalk EndWalkFor(std::int32_t row) {
+  const auto* const found = std::ranges::find(kRowWalks, row, &RowWalk::row);
+  return found == kRowWalks.end() ? nullptr : found->walk;
+}
+
+}  // namespace qzmtraw::host
