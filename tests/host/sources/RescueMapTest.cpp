@@ -76,7 +76,8 @@ TEST(RescueMapTest, WritesWhatBecameOfTheSectors) {
   Bytes buffer(std::size_t{1000} * 16);
   device.Read(0, buffer);
   const std::string half = WrittenMap(device, 400);
-  EXPECT_EQ(ReadMap(half), "0+1600? 1600+1600+ 3200+32- 3232+1568+ 4800+240? 5040+2960+ 8000+7840? 15840+16- 15856+141? ");
+  EXPECT_EQ(ReadMap(half),
+            "0+1600? 1600+1600+ 3200+32- 3232+1568+ 4800+240? 5040+2960+ 8000+7840? 15840+16- 15856+141? ");
   EXPECT_NE(half.find("\n0x00001F40     ?               1\n"), std::string::npos) << half;
   const std::string whole = WrittenMap(device, 900);
   EXPECT_EQ(ReadMap(whole), "0+1600? 1600+1600+ 3200+32- 3232+1568+ 4800+240? 5040+10800+ 15840+16- 15856+141+ ");
