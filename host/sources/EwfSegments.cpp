@@ -52,20 +52,20 @@ std::string NextSegmentName(const std::string& path) {
 }
 
 void CheckSegments(const std::string& path) {
-  std::error_code error;
-  for (std::string segment = path; EndsWith(segment, "next");) {
+  std::string segment = path;
+  while (!EndsWith(segment, "done")) {
+    if (!EndsWith(segment, "next")) {
+      throw Failure(
+          "the segment " + Quoted(segment) + " of the image " + Quoted(path) +
+          " is cut off: copy it again from where the image was made, or scan the file's own bytes with --raw");
+    }
     const std::string next = NextSegmentName(segment);
-    if (next.empty()) return;
-    if (!std::filesystem::exists(next, error)) {
+    std::error_code error;
+    if (next.empty() || !std::filesystem::exists(next, error)) {
       throw Failure(
           "the segment " + Quoted(next) + " of the image " + Quoted(path) +
           " is missing: put all segments into one folder and name the first one, or scan the file's own bytes "
           "with --raw");
-    }
-    if (!EndsWith(next, "next") && !EndsWith(next, "done")) {
-      throw Failure(
-          "the segment " + Quoted(next) + " of the image " + Quoted(path) +
-          " is cut off: copy it again from where the image was made, or scan the file's own bytes with --raw");
     }
     segment = next;
   }
