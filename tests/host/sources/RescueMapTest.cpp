@@ -55,7 +55,7 @@ TEST(RescueMapTest, SaysInWhichLineItIsNone) {
   expect("0 +\n0 0 +\n", "2: its size is 0");
   expect("0 +\n0 512 +\n256 512 -\n", "3: it doesn't begin where");
   expect("0 +\n0 512 +\n1024 512 -\n", "3: it doesn't begin where");
-  expect("0 +\n0xFFFFFFFFFFFFFFFF 1 +\n0 1 +\n", "3: it doesn't begin where");
+  expect("0 +\n0xFFFFFFFFFFFFFFF0 15 +\n0 1 +\n", "3: it doesn't begin where");
   expect("0 +\n0xFFFFFFFFFFFFFFFF 2 +\n", "2: its end is beyond all sizes");
 }
 
