@@ -12,8 +12,24 @@
 #include "host/base/Text.h"
 #include "host/sources/Tsk.h"
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#include <sanitizer/lsan_interface.h>
+#define QZMTRAW_LEAKS_ARE_OBSERVED
+#endif
+#endif
+
 namespace qzmtraw::host {
 namespace {
+
+/// As long as it lives, what is lost is not ours: the library forgets memory where it opens in vain.
+#ifdef QZMTRAW_LEAKS_ARE_OBSERVED
+using ForeignMemory = __lsan::ScopedDisabler;
+#else
+struct ForeignMemory {
+  ForeignMemory() {}  // NOLINT(modernize-use-equals-default): its variables count as used.
+};
+#endif
 
 using Reading = ImageFormat::Reading;
 
@@ -218,10 +234,12 @@ TSK_WALK_RET_ENUM TakeBlock(const TSK_FS_BLOCK* block, void* pointer) {
 }  // namespace
 
 std::unique_ptr<ISource> OpenTskImage(const std::string& path, const ImageFormat& format) {
+  const ForeignMemory foreign;
   return std::make_unique<TskSource>(path, format);
 }
 
 std::vector<Partition> ReadPartitions(ISource& source, std::uint32_t sectorSize) {
+  const ForeignMemory foreign;
   const Tsk& tsk = Tsk::Instance();
   // A table that counts in larger sectors doesn't fit when it is read in smaller ones, and the other way round.
   for (const std::uint32_t size : {sectorSize, kTskSectorSize}) {
@@ -238,6 +256,7 @@ std::vector<Partition> ReadPartitions(ISource& source, std::uint32_t sectorSize)
 
 std::optional<std::string> ReadClaimedSpace(ISource& source, std::uint64_t offset,
                                             const std::function<void(std::uint64_t, std::uint64_t)>& take) {
+  const ForeignMemory foreign;
   const Tsk& tsk = Tsk::Instance();
   const SourceImage image(source, kTskSectorSize);
   if (image.Get() == nullptr) return std::nullopt;
