@@ -21,6 +21,7 @@ using Arguments = std::vector<std::string>;
 using Sectors = std::vector<int>;
 
 constexpr std::uint64_t kMiB = 1U << 20U;
+constexpr std::size_t kSector = 512;
 
 bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
@@ -226,9 +227,9 @@ class PartitionsToolTest : public SourcesToolTest {
         "debugfs -w -R 'write 2100 b' p1 && debugfs -w -R 'rm b' p1 && truncate -s 1M p2 && mkfs.vfat p2 && "
         "mcopy -i p2 3000 3100 :: && mdel -i p2 ::3100");
     Image disk(8 * kMiB);
-    disk.Put(2048 * 512, ReadFile(workspace / "p1")).Put(6144 * 512, ReadFile(workspace / "p2"));
-    disk.Put(1000 * 512, SevenZip(1000)).Put(15500 * 512, SevenZip(1100));
-    disk.Put(10300 * 512, SevenZip(5000)).Put(14400 * 512, SevenZip(6000));
+    disk.Put(2048 * kSector, ReadFile(workspace / "p1")).Put(6144 * kSector, ReadFile(workspace / "p2"));
+    disk.Put(1000 * kSector, SevenZip(1000)).Put(15500 * kSector, SevenZip(1100));
+    disk.Put(10300 * kSector, SevenZip(5000)).Put(14400 * kSector, SevenZip(6000));
     WriteFile(workspace / "p.img", disk.Content());
     MustRun(
         "printf 'label: dos\\nstart=2048, size=4096, type=83\\nstart=6144, size=2048, type=6\\n"

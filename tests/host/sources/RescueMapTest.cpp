@@ -66,14 +66,15 @@ std::string WrittenMap(const Device& device, std::uint64_t sectorsDone) {
 }
 
 TEST(RescueMapTest, WritesWhatBecameOfTheSectors) {
-  FakeSource source(Bytes(1000 * 16 - 3));
-  source.badOffsets = {200 * 16, 201 * 16, 990 * 16};
+  constexpr std::uint64_t kSectorSize = 16;
+  FakeSource source(Bytes(1000 * kSectorSize - 3));
+  source.badOffsets = {200 * kSectorSize, 201 * kSectorSize, 990 * kSectorSize};
   source.error = EIO;
   DeviceView view{{100, 900}, {}, {}};
   view.leftOut.Add({300, 10});
   view.skipped.Add({310, 5});
   Device device(source, 16, std::move(view));
-  Bytes buffer(std::size_t{1000} * 16);
+  Bytes buffer(1000 * kSectorSize);
   device.Read(0, buffer);
   const std::string half = WrittenMap(device, 400);
   EXPECT_EQ(ReadMap(half),
