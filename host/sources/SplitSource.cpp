@@ -136,7 +136,7 @@ std::string FirstPartFor(const std::string& path) {
   if (divided.counter == nullptr || IsFirstPartName(path)) return {};
   const std::string start(divided.count.size(), divided.counter->First());
   for (const std::string& count : {start, CountUp(start, *divided.counter)}) {
-    const std::string first = divided.stem + count;
+    std::string first = divided.stem + count;
     if (IsFirstPartName(first) && IsThere(first)) return first;
   }
   return {};
