@@ -173,7 +173,7 @@ void ReadDeviceOf(Choices choices) {
     const std::uint64_t readsBefore = source.Reads();
     const bool isRead = device.Read(range.start, into);
     // In halves down to sectors and up again; a source may bring its bytes one by one, and those of a sector twice.
-    Check(source.Reads() - readsBefore <= 3 * into.size() + 2 * range.count + 8 * (sectorSize + 2),
+    Check(source.Reads() - readsBefore <= 3 * into.size() + 2 * range.count + 8 * (std::size_t{sectorSize} + 2),
           "a source is asked again and again");
     bool isWhole = true;
     for (std::size_t i = 0; i < range.count; ++i) {
