@@ -25,6 +25,7 @@
 #include "host/finds/FindStore.h"
 #include "host/scan/Lanes.h"
 #include "host/sources/Device.h"
+#include "host/sources/EwfSegments.h"
 #include "host/sources/RawSource.h"
 #include "host/sources/RescueMap.h"
 #include "host/sources/SectorSet.h"
@@ -172,7 +173,7 @@ void ReadDeviceOf(Choices choices) {
     const std::uint64_t readsBefore = source.Reads();
     const bool isRead = device.Read(range.start, into);
     // In halves down to sectors and up again; a source may bring its bytes one by one, and those of a sector twice.
-    Check(source.Reads() - readsBefore <= 3 * into.size() + 2 * range.count + 8 * (sectorSize + 2),
+    Check(source.Reads() - readsBefore <= 3 * into.size() + 2 * range.count + 8 * (std::size_t{sectorSize} + 2),
           "a source is asked again and again");
     bool isWhole = true;
     for (std::size_t i = 0; i < range.count; ++i) {
@@ -244,6 +245,12 @@ void WriteMapOf(Choices choices) {
 /// The names of a split image's parts go up, and the first one is known for what it is.
 void CountPartsOf(Choices choices) {
   std::string name = choices.Rest();
+  std::string segment = name;
+  for (int i = 0; i < 40 && !segment.empty(); ++i) {
+    const std::string next = NextSegmentName(segment);
+    Check(next.empty() || (next > segment && next.size() == segment.size()), "segments don't go up");
+    segment = next;
+  }
   for (int i = 0; i < 40; ++i) {
     const std::vector<std::string> next = NextPartNames(name);
     if (next.empty()) return;

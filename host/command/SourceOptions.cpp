@@ -3,7 +3,7 @@
 namespace qzmtraw::host {
 
 void AddSourceOptions(CLI::App& command, SourceOptions& options) {
-  command.add_option("IMAGE", options.image, "Disk image (raw, split, E01, AFF, VMDK, VHD) or block device")
+  command.add_option("IMAGE", options.image, "Image (raw, split, E01, AFF, VMDK, VHD) or block device")
       ->required()
       ->type_name("")
       ->option_text(" ");
@@ -12,13 +12,13 @@ void AddSourceOptions(CLI::App& command, SourceOptions& options) {
       ->type_name("N");
   command.add_flag("--raw", options.isRaw, "Scan the image file's own bytes, whatever its format");
   auto* const offset =
-      command.add_option("--offset", options.offset, "Begin here: 4096, 1GiB, or 8s for sectors")->type_name("SIZE");
+      command.add_option("--offset", options.offset, "Begin here: 4096, 1GiB, or 8s for sectors")->option_text("SIZE");
   auto* const length =
-      command.add_option("--length", options.length, "Scan so much, as --offset is written")->type_name("SIZE");
+      command.add_option("--length", options.length, "Scan so much, as --offset is written")->option_text("SIZE");
   command.add_option("--partition", options.partition, "Scan only this partition, numbered as by fdisk")
       ->excludes(offset)
       ->excludes(length)
-      ->type_name("N");
+      ->option_text("N");
   command.add_flag("--unallocated", options.isUnallocatedOnly, "Scan only what no file system has in use");
   command.add_option("--map", options.map, "Skip what ddrescue's map FILE doesn't call rescued")->type_name("FILE");
   command.add_option("--write-map", options.mapToWrite, "Write such a map of this scan; a new FILE")->type_name("FILE");

@@ -75,7 +75,7 @@ void TableReport::Begin(const SourceInfo& source) {
   out_ << "Scanned: bytes " << source.part->offset << " to " << source.part->offset + source.part->size << ", "
        << FormatSize(source.part->size);
   if (const std::uint64_t count = source.part->leftOutSectors; count != 0)
-    out_ << ", without " << CountText(count, "sector that belongs", "sectors that belong") << " to files";
+    out_ << ", without " << CountText(count, "sector that is", "sectors that are") << " in use";
   out_ << '\n';
 }
 

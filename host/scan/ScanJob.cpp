@@ -141,7 +141,7 @@ ExitCode ScanJob::Finish() {
   summary_.sizeAtEnd = source_->SizeNow();
   const SectorSet& unreadable = device_.Unreadable();
   const SectorSet& skipped = device_.Skipped();
-  summary_.skipped = &skipped;
+  if (!options_.source.map.empty()) summary_.skipped = &skipped;
   report_->End(summary_, unreadable);
   console_.out.flush();
   const bool hasChanged = summary_.sizeAtEnd != device_.Size();

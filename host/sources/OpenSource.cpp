@@ -6,6 +6,7 @@
 #include <array>
 
 #include "host/base/Text.h"
+#include "host/sources/EwfSegments.h"
 #include "host/sources/ImageFormat.h"
 #include "host/sources/RawSource.h"
 #include "host/sources/SplitSource.h"
@@ -36,6 +37,7 @@ std::unique_ptr<ISource> OpenSource(const SourceOptions& options) {
                  ", and its own bytes are scanned: to scan the disk in it, make it a raw image first");
     return raw;
   }
+  if (format.reading == ImageFormat::Reading::kEwf) CheckSegments(options.image);
   if (format.reading != ImageFormat::Reading::kAsItIs) return OpenTskImage(options.image, format);
   const std::vector<std::string> parts = PartsOf(options.image);
   if (parts.size() > 1) return std::make_unique<SplitSource>(parts);

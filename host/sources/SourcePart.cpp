@@ -31,8 +31,8 @@ std::string PartitionList(const std::vector<Partition>& partitions, std::uint32_
   for (const Partition& partition : partitions) {
     text += "\n  " + PadLeft(std::to_string(partition.number), 3) + "  offset " +
             PadLeft(std::to_string(partition.offset), 14) + " (sector " +
-            std::to_string(partition.offset / sectorSize) + "), " + FormatSize(partition.size) + ", " +
-            Printable(partition.description);
+            std::to_string(partition.offset / sectorSize) + "), " + FormatSize(partition.size) +
+            (partition.description.empty() ? "" : ", " + Printable(partition.description));
   }
   return text;
 }
@@ -97,7 +97,9 @@ class ClaimedSectors {
     };
     const auto fileSystem = ReadClaimedSpace(source_, offset, take);
     if (!fileSystem) {
-      part_.notes.push_back("--unallocated: " + name + " has no file system that can be read, so all of it is scanned");
+      if (size != source_.Size())
+        part_.notes.push_back("--unallocated: " + name +
+                              " has no file system that can be read, so all of it is scanned");
       return;
     }
     ++readable_;

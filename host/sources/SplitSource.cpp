@@ -43,7 +43,7 @@ CountedPath Divide(const std::string& path) {
   return {};
 }
 
-bool Exists(const std::string& path) {
+bool IsThere(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0;
 }
@@ -119,7 +119,7 @@ std::vector<std::string> PartsOf(const std::string& path) {
   if (!IsFirstPartName(path)) return parts;
   while (true) {
     const std::vector<std::string> names = NextPartNames(parts.back());
-    const auto next = std::ranges::find_if(names, Exists);
+    const auto next = std::ranges::find_if(names, IsThere);
     if (next != names.end()) {
       parts.push_back(*next);
       continue;
@@ -136,8 +136,8 @@ std::string FirstPartFor(const std::string& path) {
   if (divided.counter == nullptr || IsFirstPartName(path)) return {};
   const std::string start(divided.count.size(), divided.counter->First());
   for (const std::string& count : {start, CountUp(start, *divided.counter)}) {
-    const std::string first = divided.stem + count;
-    if (IsFirstPartName(first) && Exists(first)) return first;
+    std::string first = divided.stem + count;
+    if (IsFirstPartName(first) && IsThere(first)) return first;
   }
   return {};
 }

@@ -191,7 +191,9 @@ TEST_F(BadAreaTest, AFewBadSectorsTakeFewReads) {
   EXPECT_LE(ReadsAround({{100, 8}, {1900, 8}}), 2 * (1 + 8 + 11));
 }
 
-TEST_F(BadAreaTest, NothingButBadSectorsTakesHardlyMoreThanOneReadEach) { EXPECT_LE(ReadsAround({{0, 2048}}), 2048 + 11); }
+TEST_F(BadAreaTest, NothingButBadSectorsTakesHardlyMoreThanOneReadEach) {
+  EXPECT_LE(ReadsAround({{0, 2048}}), 2048 + 11);
+}
 
 DeviceView View(SectorRange range, const Ranges& leftOut = {}, const Ranges& skipped = {}) {
   DeviceView view{range, {}, {}};

@@ -55,7 +55,7 @@ TEST(RescueMapTest, SaysInWhichLineItIsNone) {
   expect("0 +\n0 0 +\n", "2: its size is 0");
   expect("0 +\n0 512 +\n256 512 -\n", "3: it doesn't begin where");
   expect("0 +\n0 512 +\n1024 512 -\n", "3: it doesn't begin where");
-  expect("0 +\n0xFFFFFFFFFFFFFFFF 1 +\n0 1 +\n", "3: it doesn't begin where");
+  expect("0 +\n0xFFFFFFFFFFFFFFF0 15 +\n0 1 +\n", "3: it doesn't begin where");
   expect("0 +\n0xFFFFFFFFFFFFFFFF 2 +\n", "2: its end is beyond all sizes");
 }
 
@@ -66,17 +66,19 @@ std::string WrittenMap(const Device& device, std::uint64_t sectorsDone) {
 }
 
 TEST(RescueMapTest, WritesWhatBecameOfTheSectors) {
-  FakeSource source(Bytes(1000 * 16 - 3));
-  source.badOffsets = {200 * 16, 201 * 16, 990 * 16};
+  constexpr std::uint64_t kSectorSize = 16;
+  FakeSource source(Bytes(1000 * kSectorSize - 3));
+  source.badOffsets = {200 * kSectorSize, 201 * kSectorSize, 990 * kSectorSize};
   source.error = EIO;
   DeviceView view{{100, 900}, {}, {}};
   view.leftOut.Add({300, 10});
   view.skipped.Add({310, 5});
   Device device(source, 16, std::move(view));
-  Bytes buffer(std::size_t{1000} * 16);
+  Bytes buffer(1000 * kSectorSize);
   device.Read(0, buffer);
   const std::string half = WrittenMap(device, 400);
-  EXPECT_EQ(ReadMap(half), "0+1600? 1600+1600+ 3200+32- 3232+1568+ 4800+240? 5040+2960+ 8000+7840? 15840+16- 15856+141? ");
+  EXPECT_EQ(ReadMap(half),
+            "0+1600? 1600+1600+ 3200+32- 3232+1568+ 4800+240? 5040+2960+ 8000+7840? 15840+16- 15856+141? ");
   EXPECT_NE(half.find("\n0x00001F40     ?               1\n"), std::string::npos) << half;
   const std::string whole = WrittenMap(device, 900);
   EXPECT_EQ(ReadMap(whole), "0+1600? 1600+1600+ 3200+32- 3232+1568+ 4800+240? 5040+10800+ 15840+16- 15856+141+ ");

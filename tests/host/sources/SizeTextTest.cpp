@@ -11,7 +11,8 @@ TEST(SizeTextTest, NumbersAreDecimalOrHexadecimal) {
   EXPECT_EQ(ParseNumber("0x1B"), 27U);
   EXPECT_EQ(ParseNumber("0XfF"), 255U);
   EXPECT_EQ(ParseNumber("18446744073709551615"), ~std::uint64_t{0});
-  for (const char* text : {"", "0x", "-1", "+1", " 1", "1 ", "1.5", "0x-1", "18446744073709551616", "0x10000000000000000"}) {
+  for (const char* text :
+       {"", "0x", "-1", "+1", " 1", "1 ", "1.5", "0x-1", "18446744073709551616", "0x10000000000000000"}) {
     EXPECT_EQ(ParseNumber(text), std::nullopt) << text;
   }
 }

@@ -4,6 +4,7 @@
 #include <cerrno>
 
 #include "host/base/Error.h"
+#include "host/sources/EwfSegments.h"
 #include "host/sources/ImageFormat.h"
 #include "host/sources/SplitSource.h"
 #include "tests/host/support/Workspace.h"
@@ -26,7 +27,6 @@ TEST(SplitNameTest, FirstPartsCountFromTheStart) {
 TEST(SplitNameTest, CountsUp) {
   EXPECT_EQ(NextPartNames("a.001"), Names{"a.002"});
   EXPECT_EQ(NextPartNames("a.009"), Names{"a.010"});
-  EXPECT_EQ(NextPartNames("a.899"), (Names{"a.900", "a.9000"}));
   EXPECT_EQ(NextPartNames("a.89"), (Names{"a.90", "a.9000"}));
   EXPECT_EQ(NextPartNames("a.9899"), (Names{"a.9900", "a.990000"}));
   EXPECT_EQ(NextPartNames("a.999"), Names{"a.1000"});
@@ -97,8 +97,8 @@ TEST_F(SplitSourceTest, PartsOfOddSizesAreToldOf) {
   Put("a.003", "xxx");
   const Names notes = SplitSource(PartsOf(workspace / "a.001")).Notes();
   ASSERT_EQ(notes.size(), 2U);
-  EXPECT_EQ(notes[1], "the part '" + (workspace / "a.002") +
-                          "' has 2 bytes and the first one has 3: see whether they are whole");
+  EXPECT_EQ(notes[1],
+            "the part '" + (workspace / "a.002") + "' has 2 bytes and the first one has 3: see whether they are whole");
   Put("b.aa", "xxx");
   Put("b.ab", "xxxx");
   EXPECT_EQ(SplitSource(PartsOf(workspace / "b.aa")).Notes().size(), 2U);
@@ -113,6 +113,19 @@ TEST_F(SplitSourceTest, APartThatShrankIsABadPlaceAndNotTheEnd) {
   EXPECT_EQ(source.ReadAt(3, std::span(buffer).first(2)).error, ENODATA);
   EXPECT_EQ(source.ReadAt(5, buffer).count, 5U);
   EXPECT_EQ(source.SizeNow(), 7U);
+}
+
+TEST(EwfSegmentsTest, NamesGoFromDigitsToLetters) {
+  EXPECT_EQ(NextSegmentName("a.E01"), "a.E02");
+  EXPECT_EQ(NextSegmentName("a.E09"), "a.E10");
+  EXPECT_EQ(NextSegmentName("a.E99"), "a.EAA");
+  EXPECT_EQ(NextSegmentName("a.EAZ"), "a.EBA");
+  EXPECT_EQ(NextSegmentName("a.EZZ"), "a.FAA");
+  EXPECT_EQ(NextSegmentName("a.ZZZ"), "");
+  EXPECT_EQ(NextSegmentName("a.s99"), "a.saa");
+  EXPECT_EQ(NextSegmentName("a.E1"), "");
+  EXPECT_EQ(NextSegmentName("a.Ea1"), "");
+  EXPECT_EQ(NextSegmentName(""), "");
 }
 
 TEST(ImageFormatTest, TellsFormatsByTheirStart) {
