@@ -8,6 +8,7 @@
 #include <optional>
 #include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "host/finds/CarvePlan.h"
@@ -111,6 +112,12 @@ class IReport {
   /// \param unreadable  The sectors that could not be read.
   virtual void End(const Summary& summary, const SectorSet& unreadable) = 0;
 };
+
+/// As all lists have them: "doubtful", "start-only", "from-header", "checked-end".
+std::string_view ConfidenceName(Confidence confidence);
+
+/// As all lists have them: "not-looked", "undecided", "confirmed", "contradicted".
+std::string_view VerdictName(Verdict verdict);
 
 /// \param out  Must live as long as the report.
 std::unique_ptr<IReport> MakeReport(OutputFormat format, std::ostream& out);
