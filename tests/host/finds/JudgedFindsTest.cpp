@@ -97,7 +97,10 @@ std::vector<Told> JudgedOneByOne(const std::vector<Find>& finds, const FindJudge
     if (each.isEstimated) {
       bool hasNext = false;
       for (const auto& [otherStart, other] : best) {
-        if (otherStart <= start || (!isInner && outers.contains(otherStart)) || hasNext) continue;
+        if (otherStart <= start || hasNext) continue;
+        const bool isSure = judge.TypeOf(find).facts.standing >= Standing::kKeyword;
+        const bool isSureEnd = judge.TypeOf(other).facts.standing >= Standing::kKeyword;
+        if (!isInner && (outers.contains(otherStart) || (isSure && !isSureEnd))) continue;
         hasNext = true;
         end = std::min(end, startOf(other));
       }
@@ -234,6 +237,13 @@ TEST_F(JudgedFindsTest, DoubtfulSizesEndAtTheNextFindThatIsNotEmbedded) {
                                                                               {text, zip, 600},
                                                                               {open, {}, 0x64000000, true}}));
   EXPECT_EQ(Judged({zip, inner}, judge).at(1).length, 10001U - 10 * 512) << "it ends with the outer one";
+}
+
+TEST_F(JudgedFindsTest, TextEndsNoSignature) {
+  const Find font{10, 3000000000, 318};
+  EXPECT_EQ(Judged({font, {20, 600, 49}, {30, 600, 118}, {40, 600, 39}}, judge).at(0).length, 30U * 512);
+  const Find loose{10, 3000000000, 118};
+  EXPECT_EQ(Judged({loose, {20, 600, 49}, {40, 600, 39}}, judge).at(0).length, 10U * 512);
 }
 
 TEST_F(JudgedFindsTest, AllFindsAreListedAsTheyAre) {

@@ -27,7 +27,7 @@ TEST(VerifierTest, EndMarksStandAtTheEnd) {
   EXPECT_EQ(EndMarkIn("pdf", BytesOf("%%EOF\r\n  \n")), EndMark::kPresent);
   EXPECT_EQ(EndMarkIn("gif", BytesOf(".;")), EndMark::kPresent);
   EXPECT_EQ(EndMarkIn("7z", BytesOf("....")), EndMark::kNotKnown);
-  const std::string end = std::string("PK\x05\x06") + std::string(18, 'x');
+  const std::string end = "PK\x05\x06xxxxxxxxxxxxxxxxxx";
   EXPECT_EQ(EndMarkIn("docx", BytesOf(".." + end)), EndMark::kPresent);
   EXPECT_EQ(EndMarkIn("docx", BytesOf(".." + end + ".")), EndMark::kMissing);
 }
