@@ -56,6 +56,7 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
                   kExitCodes);
 
   CLI::App* types = app.add_subcommand("types", "List the file types that can be found");
+  AddTypeOptions(*types, options.types);
   AddOutputOptions(*types, options.outputs);
 
   try {
@@ -65,7 +66,7 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
   }
   if (scan->parsed()) return RunScanCommand(options, console);
   if (recover->parsed()) return RunRecoverCommand(options, recoveryOptions, console);
-  return RunTypesCommand(options.outputs.format, console);
+  return RunTypesCommand(options.types, options.outputs.format, console);
 }
 
 }  // namespace

@@ -3,8 +3,17 @@
 namespace qzmtraw::host {
 
 void AddTypeOptions(CLI::App& command, TypeOptions& options) {
-  command.add_option("--types", options.types, "Only these types: extensions or rows, as in doc,jpg,157")
+  command.add_option("--types", options.types, "Only these types, by extension, row or class: doc,jpg,157")
       ->type_name("LIST");
+  command.add_option("--category", options.categories, "Only these categories, and types: documents,graph")
+      ->type_name("LIST");
+  command.add_option("--exclude", options.exclude, "Not these types; categories by their whole names")
+      ->type_name("LIST");
+  command.add_option("--max-size", options.greatestSizes, "Greatest size of a type, as in png=64MiB; repeatable")
+      ->type_name("TYPE=SIZE")
+      ->allow_extra_args(false);
+  command.add_option("--profile", options.profile, "A choice of types by name or path, as photos, documents")
+      ->type_name("NAME");
 }
 
 }  // namespace qzmtraw::host

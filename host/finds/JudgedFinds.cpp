@@ -11,8 +11,10 @@ JudgedFinds::JudgedFinds(const FindStore& finds, const FindJudge& judge, Listing
   }
   listed_ = std::make_unique<Selection>(finds, judge);
   following_ = listed_->Next();
-  ahead_ = std::make_unique<Selection>(finds, judge);
-  aheadFind_ = ahead_->Next();
+  for (auto* ahead : {&aheadOfAny_, &aheadOfSure_}) {
+    *ahead = std::make_unique<Ahead>(Ahead{Selection(finds, judge), {}});
+    (*ahead)->find = (*ahead)->selection.Next();
+  }
 }
 
 std::optional<FindRecord> JudgedFinds::Next() {
@@ -37,14 +39,24 @@ CarvePlan JudgedFinds::PlanFor(const Listed& listed) {
   if (listed.embeddedIn) {
     if (following_) nextSector = following_->find.startSector;
   } else {
-    while (aheadFind_ && (aheadFind_->embeddedIn || aheadFind_->find.startSector <= listed.find.startSector)) {
-      aheadFind_ = ahead_->Next();
-    }
-    if (aheadFind_) nextSector = aheadFind_->find.startSector;
+    nextSector = NextStart(listed.find);
   }
   CarvePlan plan = isDoubtful ? planner.PlanUpTo(listed.find, nextSector) : planner.Plan(listed.find, nextSector).plan;
   if (listed.embeddedIn) plan.length = std::min(plan.length, judge_.ExtentOf(*listed.embeddedIn).end - plan.offset);
   return plan;
+}
+
+/// Where the next find starts that ends this one, which isn't embedded.
+std::optional<std::uint64_t> JudgedFinds::NextStart(const Find& find) {
+  const Standing least = std::min(judge_.TypeOf(find).facts.standing, Standing::kKeyword);
+  Ahead& ahead = least == Standing::kKeyword ? *aheadOfSure_ : *aheadOfAny_;
+  const auto ends = [&](const Listed& other) {
+    return !other.embeddedIn && other.find.startSector > find.startSector &&
+           (least < Standing::kKeyword || judge_.TypeOf(other.find).facts.standing >= least);
+  };
+  while (ahead.find && !ends(*ahead.find)) ahead.find = ahead.selection.Next();
+  if (!ahead.find) return std::nullopt;
+  return ahead.find->find.startSector;
 }
 
 std::optional<JudgedFinds::Listed> JudgedFinds::Selection::Next() {

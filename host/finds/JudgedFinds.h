@@ -21,11 +21,12 @@ namespace qzmtraw::host {
 ///
 /// The judged list has one find for each start, the best by FindJudge::IsBetter. Those that lie inside of another
 /// listed one name it in `embeddedIn`; a recovery leaves them out unless it is told otherwise. Sizes that are open or
-/// doubtful end where the next listed find starts that isn't embedded; those of embedded finds also at the next
-/// embedded one, and where the outer find ends.
+/// doubtful end where the next listed find starts that isn't embedded, but those of text with keywords and of
+/// signatures not where other text or something loose seems to start. Those of embedded finds end at the next listed
+/// find of any kind, and where the outer find ends.
 ///
 /// What is listed depends on the finds alone, so lists may be judged again: the judged list of several judged lists
-/// together is that of all their finds. It takes the memory of two cursors of the store.
+/// together is that of all their finds. It takes the memory of three cursors of the store.
 class JudgedFinds {
  public:
   enum class Listing { kJudged, kAll };
@@ -58,7 +59,14 @@ class JudgedFinds {
     std::optional<Find> next_;
   };
 
+  /// Runs ahead to the finds that end others.
+  struct Ahead {
+    Selection selection;
+    std::optional<Listed> find;
+  };
+
   [[nodiscard]] CarvePlan PlanFor(const Listed& listed);
+  [[nodiscard]] std::optional<std::uint64_t> NextStart(const Find& find);
 
   FindJudge judge_;
   /// For all finds; else what follows.
@@ -66,9 +74,9 @@ class JudgedFinds {
   std::unique_ptr<Selection> listed_;
   /// The find behind the one that Next brings.
   std::optional<Listed> following_;
-  /// Looks for finds that aren't embedded.
-  std::unique_ptr<Selection> ahead_;
-  std::optional<Listed> aheadFind_;
+  /// For those that any find ends, and for those that only text with keywords and signatures end.
+  std::unique_ptr<Ahead> aheadOfAny_;
+  std::unique_ptr<Ahead> aheadOfSure_;
 };
 
 }  // namespace qzmtraw::host

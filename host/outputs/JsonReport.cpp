@@ -41,10 +41,11 @@ void JsonReport::Begin(const SourceInfo& source) {
 }
 
 void JsonReport::Add(const FindRecord& record) {
-  const bool isEstimate = record.plan.isEstimated && record.recovered.has_value();
+  const bool isEstimate = record.plan.isEstimated && (record.recovered.has_value() || record.find.size != 0);
   Json line;
   line["type"] = "find";
   line["row"] = record.find.row;
+  line["class"] = record.type->facts.className;
   line["extension"] = record.type->extension;
   line["category"] = CategoryName(record.type->category);
   line["description"] = record.type->description;
@@ -58,6 +59,14 @@ void JsonReport::Add(const FindRecord& record) {
     line["size_max"] = SizeOrNull(hints.greatest);
   }
   line["truncated"] = record.plan.isTruncated;
+  line["confidence"] = ConfidenceName(record.confidence);
+  line["embedded_in"] = nullptr;
+  if (record.embeddedIn) {
+    line["embedded_in"] = Json{{"start_sector", record.embeddedIn->startSector}, {"row", record.embeddedIn->row}};
+  }
+  line["verdict"] = record.verdict == Verdict::kNotLooked ? Json(nullptr) : Json(VerdictName(record.verdict));
+  line["content"] = record.content.empty() ? Json(nullptr) : Json(PathText(record.content));
+  line["notes"] = record.notes;
   if (record.recovered) {
     line["path"] = record.recovered->path ? Json(PathText(*record.recovered->path)) : Json(nullptr);
     line["written"] = record.recovered->path ? record.plan.length : 0;

@@ -1,36 +1,20 @@
 #include "host/outputs/Report.h"
 
+#include <array>
+
 #include "host/outputs/JsonReport.h"
 #include "host/outputs/TableReport.h"
 
 namespace qzmtraw::host {
 
 std::string_view ConfidenceName(Confidence confidence) {
-  switch (confidence) {
-    case Confidence::kDoubtful:
-      return "doubtful";
-    case Confidence::kStartOnly:
-      return "start-only";
-    case Confidence::kFromHeader:
-      return "from-header";
-    case Confidence::kCheckedEnd:
-      return "checked-end";
-  }
-  return "start-only";
+  constexpr std::array<std::string_view, 4> kNames = {"doubtful", "start-only", "from-header", "checked-end"};
+  return kNames.at(static_cast<std::size_t>(confidence));
 }
 
 std::string_view VerdictName(Verdict verdict) {
-  switch (verdict) {
-    case Verdict::kNotLooked:
-      return "not-looked";
-    case Verdict::kUndecided:
-      return "undecided";
-    case Verdict::kConfirmed:
-      return "confirmed";
-    case Verdict::kContradicted:
-      return "contradicted";
-  }
-  return "not-looked";
+  constexpr std::array<std::string_view, 4> kNames = {"not-looked", "undecided", "confirmed", "contradicted"};
+  return kNames.at(static_cast<std::size_t>(verdict));
 }
 
 std::unique_ptr<IReport> MakeReport(OutputFormat format, std::ostream& out) {

@@ -136,6 +136,12 @@ class IReport {
   virtual void End(const Summary& summary, const SectorSet& unreadable) = 0;
 };
 
+/// As all lists have them: "doubtful", "start-only", "from-header", "checked-end".
+std::string_view ConfidenceName(Confidence confidence);
+
+/// As all lists have them: "not-looked", "undecided", "confirmed", "contradicted".
+std::string_view VerdictName(Verdict verdict);
+
 /// \param out  Must live as long as the report.
 std::unique_ptr<IReport> MakeReport(OutputFormat format, std::ostream& out);
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "host/base/Text.h"
+#include "host/finds/FindJudge.h"
 
 namespace qzmtraw::host {
 namespace {
@@ -12,6 +13,7 @@ namespace {
 constexpr std::size_t kSectorWidth = 12;
 constexpr std::size_t kOffsetWidth = 16;
 constexpr std::size_t kSizeWidth = 30;
+constexpr std::size_t kConfidenceWidth = 11;
 constexpr std::size_t kExtensionWidth = 11;
 constexpr std::size_t kDescriptionWidth = 44;
 
@@ -21,7 +23,9 @@ std::string ExactSize(std::uint64_t bytes) {
 }
 
 std::string SizeText(const FindRecord& record) {
-  if (record.find.size != 0) return ExactSize(record.find.size);
+  if (record.find.size != 0) {
+    return record.plan.isEstimated ? "up to " + ExactSize(record.plan.length) : ExactSize(record.find.size);
+  }
   const std::optional<SizeHints>& hints = record.type->hints;
   if (!hints) return "unknown";
   return "unknown, " + FormatSize(hints->least) + " to " + FormatSize(hints->greatest);
@@ -31,20 +35,31 @@ std::string NoteOn(const FindRecord& record) {
   std::string note;
   if (record.recovered) {
     note = record.recovered->path ? Printable(*record.recovered->path) : "not written";
+    if (record.embeddedIn && !record.recovered->path) note = "not copied";
     if (record.plan.isEstimated && record.recovered->path)
       note += " (estimated: " + ExactSize(record.plan.length) + ")";
   }
-  if (record.plan.isTruncated) {
-    if (!note.empty()) note += ' ';
-    note += "(goes on beyond the end of the source)";
+  const auto add = [&note](const std::string& text) { note += (note.empty() ? "(" : " (") + text + ")"; };
+  if (record.embeddedIn) add("inside the find at " + std::to_string(record.embeddedIn->startSector));
+  if (record.plan.isTruncated) add(kNoteTruncated);
+  for (const std::string& each : record.notes) {
+    if (each != kNoteEstimated && each != kNoteTruncated) add(Printable(each));
   }
+  if (record.verdict == Verdict::kContradicted) add("looks like " + Printable(record.content));
   return note;
+}
+
+/// The two columns of it. Embedded finds are indented.
+std::string ExtensionText(const FindRecord& record) {
+  return PadRight(std::string(ConfidenceName(record.confidence)), kConfidenceWidth) + "  " +
+         (record.embeddedIn ? "  " : "") + Printable(record.type->extension);
 }
 
 std::string Row(const std::string& sector, const std::string& offset, const std::string& size,
                 const std::string& extension, const std::string& description, const std::string& note) {
   std::string line = PadLeft(sector, kSectorWidth) + "  " + PadLeft(offset, kOffsetWidth) + "  " +
-                     PadRight(size, kSizeWidth) + "  " + PadRight(extension, kExtensionWidth) + " ";
+                     PadRight(size, kSizeWidth) + "  " + PadRight(extension, kConfidenceWidth + 2 + kExtensionWidth) +
+                     " ";
   line += note.empty() ? description : PadRight(description, kDescriptionWidth) + "  " + note;
   line.resize(line.find_last_not_of(' ') + 1);
   return line + "\n";
@@ -81,10 +96,10 @@ void TableReport::Begin(const SourceInfo& source) {
 
 void TableReport::Add(const FindRecord& record) {
   if (!hasHeader_)
-    out_ << '\n' << Row("Sector", "Offset", "Size", "Ext", "Description", record.recovered ? "File" : "");
+    out_ << '\n' << Row("Sector", "Offset", "Size", "Confidence   Ext", "Description", record.recovered ? "File" : "");
   hasHeader_ = true;
   out_ << Row(std::to_string(record.find.startSector), std::to_string(record.plan.offset), SizeText(record),
-              Printable(record.type->extension), Printable(record.type->description), NoteOn(record));
+              ExtensionText(record), Printable(record.type->description), NoteOn(record));
 }
 
 void TableReport::End(const Summary& summary, const SectorSet& unreadable) {

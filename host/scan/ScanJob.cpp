@@ -46,19 +46,28 @@ std::size_t LaneCount(const ScanOptions& options) {
   return options.run.jobs.value_or(std::clamp(std::thread::hardware_concurrency(), 1U, kMaxJobs));
 }
 
+/// Warnings go to `err`.
+std::vector<std::int32_t> ChooseRows(TypeCatalogue& catalogue, const TypeOptions& options, std::ostream& err) {
+  const TypeChoice choice = ChooseTypes(catalogue, options, UsualProfilePlaces());
+  for (const std::string& warning : choice.warnings) err << kProgramName << ": " << warning << '\n';
+  return choice.rows;
+}
+
 }  // namespace
 
 ScanJob::ScanJob(const ScanOptions& options, const Console& console)
     : options_(options),
       console_(console),
       catalogue_(ReadTypeCatalogue(OpenRegistry())),
-      rows_(ChosenRows(catalogue_, options.types)),
+      rows_(ChooseRows(catalogue_, options.types, console.err)),
       source_(OpenSource(options.source)),
       part_(ChoosePart(options.source, *source_)),
       device_(*source_, part_.sectorSize, std::move(part_.view)),
       map_(options.source.mapToWrite.empty() ? nullptr : std::make_unique<RescueMapFile>(options.source.mapToWrite)),
       memory_(DivideMemory(options.run.memory, device_.SectorSize(), LaneCount(options))),
-      report_(MakeReport(options.outputs.format, console.out)) {}
+      report_(MakeReport(options.outputs.format, console.out)) {
+  if (options.finds.verify) verifier_ = std::make_unique<Verifier>(device_);
+}
 
 void ScanJob::Begin() {
   for (const std::string& note : part_.notes) TellOf(note);
@@ -81,7 +90,9 @@ void ScanJob::Scan(const FindTaker& take) {
     DetectorLane& lane = lanes.emplace_back();
     for (const LaneRow& each : rows) {
       owners.emplace_back(OpenRegistry().CreateType(each.row, nullptr, nullptr));
-      lane.push_back({each.row, owners.back().get(), each.isSilent});
+      const TypeInfo& type = catalogue_.at(static_cast<std::size_t>(each.row));
+      const bool isDefault = type.greatestSize == type.rule.greatestSize;
+      lane.push_back({each.row, owners.back().get(), each.isSilent, isDefault ? 0 : type.greatestSize});
     }
   }
   const auto start = std::chrono::steady_clock::now();
@@ -126,8 +137,24 @@ void ScanJob::SetLost() {
 void ScanJob::Add(const FindRecord& record) {
   ++summary_.findCount;
   ++summary_.findsByExtension[record.type->extension];
-  report_->Add(record);
+  if (verifier_ == nullptr) {
+    report_->Add(record);
+  } else {
+    FindRecord verified = record;
+    Verify(verified);
+    report_->Add(verified);
+  }
   FlushNowAndThen();
+}
+
+void ScanJob::Verify(FindRecord& record) {
+  const auto isStopped = [this] {
+    if (IsInterrupted()) SetInterrupted();
+    return !GoesOn();
+  };
+  // What was found is listed in any case; looking into it ends when the work does.
+  if (!isStopped()) verifier_->Look(record, isStopped);
+  if (device_.IsLost()) SetLost();
 }
 
 void ScanJob::FlushNowAndThen() {

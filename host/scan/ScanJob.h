@@ -14,6 +14,7 @@
 #include "host/finds/CarvePlan.h"
 #include "host/finds/FindOptions.h"
 #include "host/finds/JudgedFinds.h"
+#include "host/finds/Verifier.h"
 #include "host/outputs/OutputOptions.h"
 #include "host/outputs/Report.h"
 #include "host/scan/RunOptions.h"
@@ -74,7 +75,7 @@ class ScanJob {
   void SetLost();
   void SetFilesWritten(std::uint64_t count) { summary_.filesWritten = count; }
 
-  /// Lists a find.
+  /// Lists a find, and looks into it first if that is wanted.
   void Add(const FindRecord& record);
 
   /// Brings what was listed to its reader, if that was long ago. For calls during long work.
@@ -87,6 +88,7 @@ class ScanJob {
   void TellOf(const std::string& text) const;
   bool WriteMap();
   [[nodiscard]] std::uint64_t RangeSize() const { return device_.RangeEnd() - device_.RangeBegin(); }
+  void Verify(FindRecord& record);
   [[nodiscard]] std::uint64_t BytesOf(std::uint64_t sectors) const;
 
   const ScanOptions& options_;
@@ -101,6 +103,8 @@ class ScanJob {
   std::uint64_t sectorsDone_ = 0;
   MemoryBudget memory_;
   std::unique_ptr<IReport> report_;
+  /// Only where finds are to be verified.
+  std::unique_ptr<Verifier> verifier_;
   Summary summary_;
   std::chrono::steady_clock::time_point lastFlush_;
 };

@@ -29,7 +29,10 @@ void Prepare(const std::vector<DetectorLane>& lanes, Device& device) {
   const RawSectorBlock block{std::numeric_limits<std::uint64_t>::max(), &nothing, 0,
                              static_cast<std::int32_t>(device.SectorSize()), &reader};
   for (const DetectorLane& lane : lanes) {
-    for (const RowDetector& entry : lane) entry.detector->Reset();
+    for (const RowDetector& entry : lane) {
+      entry.detector->Reset();
+      if (entry.maxFileSize != 0) entry.detector->SetMaxFileSize(entry.maxFileSize);
+    }
   }
   for (const DetectorLane& lane : lanes) {
     for (const RowDetector& entry : lane) entry.detector->Scan(&block, nullptr);

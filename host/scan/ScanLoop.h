@@ -25,6 +25,8 @@ struct RowDetector {
   IRawFileType* detector = nullptr;
   /// What it reports is not to be listed, see LaneRow.
   bool isSilent = false;
+  /// What IRawFileType::SetMaxFileSize gets; 0: its default stays.
+  std::uint64_t maxFileSize = 0;
 };
 
 /// The detectors that one thread shows every block to, in this order.

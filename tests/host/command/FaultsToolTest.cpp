@@ -66,6 +66,13 @@ class FaultsToolTest : public ::testing::Test {
     return result;
   }
 
+  /// The same with finds as they come.
+  ToolResult AllLines(const ToolSetup& setup) {
+    const ToolResult result = RunTool({"scan", image, "--types", "7z,ace", "--format", "jsonl", "--all"}, setup);
+    lines = JsonLines(result.out);
+    return result;
+  }
+
   /// Recovers into `out`.
   ToolResult Recover(const ToolSetup& setup) {
     const ToolResult result =
@@ -373,7 +380,7 @@ TEST_F(FaultsToolTest, AKilledScanHasWrittenWholeLines) {
   ToolSetup setup = With(FillWithHeads(kEndless));
   setup.signal = SIGKILL;
   setup.signalBehind = 300000;
-  const ToolResult result = Lines(setup);
+  const ToolResult result = AllLines(setup);
   EXPECT_EQ(result.exitCode, 1000 + SIGKILL);
   EXPECT_GT(result.out.size(), setup.signalBehind);
   EXPECT_TRUE(result.out.ends_with("\n"));
@@ -383,12 +390,12 @@ TEST_F(FaultsToolTest, AKilledScanHasWrittenWholeLines) {
 }
 
 TEST_F(FaultsToolTest, FindsAreWrittenWhileTheScanGoesOn) {
-  const std::string whole = Lines({}).out;
+  const std::string whole = AllLines({}).out;
   std::filesystem::resize_file(image, kEndless);
   ToolSetup setup;
   setup.signal = SIGKILL;
   setup.signalBehind = whole.find("{\"type\":\"summary\"") - 1;
-  EXPECT_EQ(Lines(setup).exitCode, 1000 + SIGKILL);
+  EXPECT_EQ(AllLines(setup).exitCode, 1000 + SIGKILL);
   EXPECT_EQ(FindSectors(), allSectors);
 }
 

@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <csignal>
+#include <filesystem>
+#include <map>
 
 #include "tests/host/support/Image.h"
 #include "tests/host/support/Tool.h"
@@ -96,7 +99,8 @@ TEST_F(ScanToolTest, AFileInAnUnreadableSectorIsLost) {
 TEST_F(ScanToolTest, ATableIsTheDefault) {
   const ToolResult result = RunTool({"scan", image});
   EXPECT_EQ(result.exitCode, 0);
-  EXPECT_NE(result.out.find("         128             65536  1.1 KiB (1132)                  7z "), std::string::npos)
+  EXPECT_NE(result.out.find("         128             65536  1.1 KiB (1132)                  from-header  7z "),
+            std::string::npos)
       << result.out;
   EXPECT_NE(result.out.find("\n3 finds (2 7z, 1 ace); scanned 1.0 MiB (1048576 of 1048576 bytes) for 320 file types"),
             std::string::npos)
@@ -109,6 +113,93 @@ TEST_F(ScanToolTest, OnlyTheSelectedTypesAreLookedFor) {
   EXPECT_EQ(aces[0]["file_types"], 1);
   EXPECT_EQ(aces[1]["row"], 157);
   EXPECT_EQ(ScanLines({image, "--types", "144,doc"}).size(), 4U);
+}
+
+TEST_F(ScanToolTest, TypesAreChosenByCategoryClassAndProfile) {
+  EXPECT_EQ(ScanLines({image, "--category", "arch"}).size(), 5U);
+  EXPECT_EQ(ScanLines({image, "--category", "arch", "--exclude", "7z"}).size(), 3U);
+  EXPECT_EQ(ScanLines({image, "--exclude", "archives"}).size(), 2U);
+  EXPECT_EQ(ScanLines({image, "--types", "ckaacefiletype"}).size(), 3U);
+  EXPECT_EQ(ScanLines({image, "--profile", "photos"}).size(), 2U);
+  WriteFile(workspace / "mine.conf", BytesOf("types = ace\n"));
+  EXPECT_EQ(ScanLines({image, "--profile", workspace / "mine.conf"}).size(), 3U);
+  EXPECT_EQ(ScanLines({image, "--profile", workspace / "mine.conf", "--types", "7z"}).size(), 5U);
+}
+
+TEST_F(ScanToolTest, AGreatestSizeIsSet) {
+  const std::vector<json> lines = ScanLines({image, "--max-size", "7z=1000", "--all"});
+  ASSERT_EQ(lines.size(), 5U);
+  EXPECT_EQ(lines[1]["size"], 1000);
+  EXPECT_EQ(lines[1]["notes"], json{"clipped to the greatest size of its type"});
+  EXPECT_EQ(lines[1]["confidence"], "start-only");
+  const ToolResult result = RunTool({"scan", image, "--max-size", "ace=1MiB"});
+  EXPECT_EQ(result.exitCode, 0);
+  EXPECT_EQ(result.err,
+            "qzmtraw: --max-size: 'ace=1MiB' has no effect on row 157, whose sizes have no limit that can be set\n");
+}
+
+/// A 7z of 30000 bytes with a 7z of 1132 in it, and a cabinet, which two rows report.
+class JudgedScanToolTest : public ScanToolTest {
+ protected:
+  JudgedScanToolTest() {
+    Bytes cabinet(600, 'x');
+    const Bytes head = {'M', 'S', 'C', 'F', 0, 0, 0, 0, 0x58, 0x02, 0, 0};
+    std::copy(head.begin(), head.end(), cabinet.begin());
+    WriteFile(judged, Image(1U << 20U)
+                          .Put(std::size_t{128} * 512, SevenZip(30000))
+                          .Put(std::size_t{140} * 512, SevenZip(1132))
+                          .Put(std::size_t{300} * 512, cabinet)
+                          .Content());
+  }
+
+  std::string judged = workspace / "judged.img";
+};
+
+TEST_F(JudgedScanToolTest, OneFindForEachStartIsListed) {
+  const std::vector<json> lines = ScanLines({judged});
+  ASSERT_EQ(lines.size(), 5U);
+  EXPECT_EQ(lines[1]["class"], "K7ZipFileType");
+  EXPECT_EQ(lines[1]["confidence"], "from-header");
+  EXPECT_EQ(lines[1]["embedded_in"], nullptr);
+  EXPECT_EQ(lines[2]["start_sector"], 140);
+  EXPECT_EQ(lines[2]["embedded_in"], (json{{"start_sector", 128}, {"row", 144}}));
+  EXPECT_EQ(lines[3]["row"], 146);
+  const std::vector<json> all = ScanLines({judged, "--all"});
+  ASSERT_EQ(all.size(), 6U);
+  EXPECT_EQ(all[2]["embedded_in"], nullptr);
+  EXPECT_EQ(all[3]["row"], 146);
+  EXPECT_EQ(all[4]["row"], 282);
+  EXPECT_EQ(ScanLines({judged, "--all"}).size(), 6U);
+}
+
+TEST_F(JudgedScanToolTest, EmbeddedFindsAreCopiedWhereTheyAreWanted) {
+  for (const auto& [option, copies] : std::map<std::string, std::size_t>{{"", 2}, {"--embedded", 3}, {"--all", 4}}) {
+    const std::string out = workspace / ("out" + option);
+    std::vector<std::string> arguments = {"recover", judged, "--out", out, "--format", "jsonl"};
+    if (!option.empty()) arguments.push_back(option);
+    const ToolResult result = RunTool(arguments);
+    EXPECT_EQ(result.exitCode, 0) << result.err;
+    const std::vector<json> lines = JsonLines(result.out);
+    EXPECT_EQ(lines.back()["files_written"], copies) << option;
+    EXPECT_EQ(lines.size(), option == "--all" ? 6U : 5U);
+    EXPECT_EQ(std::filesystem::exists(out + "/7z/000000000140-r144.7z"), !option.empty()) << option;
+  }
+}
+
+TEST_F(JudgedScanToolTest, VerifyingLooksIntoFinds) {
+  Bytes picture = BytesOf(std::string_view("\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\0\1\0\0\0\1\x08\0\0\0\0", 29));
+  picture.resize(300);
+  const Bytes end = BytesOf("IEND\xAE\x42\x60\x82");
+  picture.insert(picture.end(), end.begin(), end.end());
+  WriteFile(judged, Image(40000).Put(512, picture).Put(std::size_t{20} * 512, SevenZip(300)).Content());
+  const std::vector<json> lines = ScanLines({judged, "--verify"});
+  ASSERT_EQ(lines.size(), 4U);
+  EXPECT_EQ(lines[1]["extension"], "png");
+  EXPECT_EQ(lines[1]["verdict"], "confirmed");
+  EXPECT_EQ(lines[1]["confidence"], "checked-end");
+  EXPECT_EQ(lines[2]["extension"], "7z");
+  EXPECT_NE(lines[2]["verdict"], "contradicted");
+  EXPECT_EQ(ScanLines({judged})[1]["verdict"], nullptr);
 }
 
 TEST_F(ScanToolTest, SectorsMayHaveAnotherSize) {

@@ -51,6 +51,7 @@ TEST_F(JsonReportTest, AUtf8PathIsGivenAsItIs) {
 TEST_F(JsonReportTest, AFindHasItsFacts) {
   const json expected = {{"type", "find"},
                          {"row", 157},
+                         {"class", "CKAAceFileType"},
                          {"extension", "ace"},
                          {"category", "archives"},
                          {"description", "ACE Archive \xC2\xA8"},
@@ -58,8 +59,30 @@ TEST_F(JsonReportTest, AFindHasItsFacts) {
                          {"offset", 512},
                          {"size", 9},
                          {"size_estimated", false},
-                         {"truncated", true}};
+                         {"truncated", true},
+                         {"confidence", "start-only"},
+                         {"embedded_in", nullptr},
+                         {"verdict", nullptr},
+                         {"content", nullptr},
+                         {"notes", json::array()}};
   EXPECT_EQ(LineFor({{1, 9, 157}, &ace, {512, 5, false, true}}), expected);
+}
+
+TEST_F(JsonReportTest, WhatIsKnownBeyondTheFactsIsTold) {
+  FindRecord record{{5, 9, 157}, &ace, {2560, 4, true, false}};
+  record.confidence = Confidence::kCheckedEnd;
+  record.embeddedIn = Find{1, 100000, 143};
+  record.verdict = Verdict::kContradicted;
+  record.content = "text/\xFFhtml";
+  record.notes = {"clipped", "size estimated"};
+  const json line = LineFor(record);
+  EXPECT_EQ(line["size"], 4) << "what is told is an estimate";
+  EXPECT_EQ(line["size_estimated"], true);
+  EXPECT_EQ(line["confidence"], "checked-end");
+  EXPECT_EQ(line["embedded_in"], (json{{"start_sector", 1}, {"row", 143}}));
+  EXPECT_EQ(line["verdict"], "contradicted");
+  EXPECT_EQ(line["content"], "text/\\xFFhtml");
+  EXPECT_EQ(line["notes"], (json{"clipped", "size estimated"}));
 }
 
 TEST_F(JsonReportTest, AnUnknownSizeIsNull) {

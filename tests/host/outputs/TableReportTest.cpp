@@ -47,8 +47,23 @@ TEST_F(TableReportTest, ThePathIsHarmless) {
 TEST_F(TableReportTest, ColumnsAlign) {
   EXPECT_EQ(TextFor({{128, 1132, 157}, &ace, {65536, 1132, false, false}}),
             "\n"
-            "      Sector            Offset  Size                            Ext         Description\n"
-            "         128             65536  1.1 KiB (1132)                  ace         ACE Archive \xC2\xA8\n");
+            "      Sector            Offset  Size                            Confidence   Ext         Description\n"
+            "         128             65536  1.1 KiB (1132)                  start-only   ace         ACE Archive "
+            "\xC2\xA8\n");
+}
+
+TEST_F(TableReportTest, EmbeddedFindsAreIndentedAndNotesTold) {
+  FindRecord record{{128, 90000, 157}, &ace, {65536, 1132, true, false}};
+  record.confidence = Confidence::kDoubtful;
+  record.embeddedIn = Find{100, 200000, 143};
+  record.verdict = Verdict::kContradicted;
+  record.content = "text/html";
+  record.notes = {"clipped\x1B", "size estimated"};
+  const std::string text = TextFor(record);
+  EXPECT_TRUE(Has(text, "  up to 1.1 KiB (1132)            doubtful       ace       ACE Archive")) << text;
+  EXPECT_TRUE(Has(text, "  (inside the find at 100) (clipped\\x1B) (looks like text/html)\n")) << text;
+  record.recovered = RecoveredFile{.path = {}, .sha256 = {}};
+  EXPECT_TRUE(Has(TextFor(record), "  not copied (inside the find at 100)"));
 }
 
 TEST_F(TableReportTest, AnUnknownSizeShowsItsRange) {

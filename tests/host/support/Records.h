@@ -9,7 +9,11 @@
 namespace qzmtraw::host {
 
 /// A kind of file whose detector knows no sizes.
-inline TypeInfo AceType() { return {157, "ace", "ACE Archive \xC2\xA8", 2, "", "", SizeHints{256, 0x64000000}}; }
+inline TypeInfo AceType() {
+  TypeInfo type{157, "ace", "ACE Archive \xC2\xA8", 2, "", "", SizeHints{256, 0x64000000}};
+  type.facts.className = "CKAAceFileType";
+  return type;
+}
 
 /// A source of 1 MiB whose path is bad for terminals and no UTF-8.
 inline SourceInfo HostileSource() { return {"a\x1B[2J\xFF.img", 1U << 20U, 512, 320, {}}; }
