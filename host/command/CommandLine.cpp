@@ -55,7 +55,7 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
                   kExitCodes);
 
   CLI::App* types = app.add_subcommand("types", "List the file types that can be found");
-  AddOutputOptions(*types, options.outputs);
+  AddListFormat(*types, options.outputs);
 
   try {
     app.parse(argc, argv);

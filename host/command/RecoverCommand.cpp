@@ -120,7 +120,10 @@ ExitCode RunRecoverCommand(const ScanOptions& options, const RecoveryOptions& re
   ScanJob job(options, console);
   OutputDirectory output(recoveryOptions.directory);
   FindStore finds(job.StoreMemory());
-  job.Scan([&](const Find& find) { finds.Add(find); });
+  job.Scan([&](const Find& find) {
+    finds.Add(find);
+    job.AddProvisional(find);
+  });
   finds.Sort();
   {
     Recovery recovery(job, finds, output, console.progress);

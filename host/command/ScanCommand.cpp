@@ -17,7 +17,10 @@ ExitCode RunScanCommand(const ScanOptions& options, const Console& console) {
     return job.Finish();
   }
   FindStore finds(job.StoreMemory());
-  job.Scan([&](const Find& find) { finds.Add(find); });
+  job.Scan([&](const Find& find) {
+    finds.Add(find);
+    job.AddProvisional(find);
+  });
   finds.Sort();
   PlannedFinds plannedFinds(finds, job.Planner());
   while (const auto planned = plannedFinds.Next()) list(*planned);

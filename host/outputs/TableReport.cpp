@@ -71,6 +71,10 @@ void TableReport::Begin(const SourceInfo& source) {
   source_ = source;
   out_ << "Source: " << Printable(source.path) << ", " << FormatSize(source.size) << " (" << source.size
        << " bytes), sectors of " << source.sectorSize << " bytes\n";
+  const Provenance& run = source.run;
+  if (run.program.empty()) return;
+  out_ << "Listed by " << run.program << ' ' << run.version << " for " << run.user << " on " << run.host << " since "
+       << FormatUtc(source.started) << ": " << run.commandLine << '\n';
 }
 
 void TableReport::Add(const FindRecord& record) {

@@ -53,16 +53,21 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
       source_(OpenSource(options.source)),
       device_(*source_, options.source.sectorSize.value_or(source_->SectorSize().value_or(kDefaultSectorSize))),
       memory_(DivideMemory(options.run.memory, device_.SectorSize(), LaneCount(options))),
-      report_(MakeReport(options.outputs.format, console.out)) {}
+      outputs_(options.outputs, console.out) {}
 
 void ScanJob::Scan(const FindTaker& take) {
   if (device_.Size() == 0) {
     TellOf("is empty: nothing to scan");
   }
-  report_->Begin(
-      {options_.source.image, device_.Size(), device_.SectorSize(), rows_.size(), std::chrono::system_clock::now()});
   // A reader on a pipe learns at once what is going on, and a full disk shows before hours of work.
-  console_.out.flush();
+  outputs_.Begin({.path = options_.source.image,
+                  .size = device_.Size(),
+                  .sectorSize = device_.SectorSize(),
+                  .typeCount = rows_.size(),
+                  .started = std::chrono::system_clock::now(),
+                  .run = ThisRun()});
+  NoteFailedOutputs();
+  if (!GoesOn()) return;
 
   std::vector<DetectorPtr> owners;
   std::vector<DetectorLane> lanes;
@@ -79,16 +84,15 @@ void ScanJob::Scan(const FindTaker& take) {
     const auto watch = [&](std::uint64_t sectorsDone, std::uint64_t findCount) {
       summary_.bytesScanned = BytesOf(sectorsDone);
       progress.Update(summary_.bytesScanned, findCount);
-      console_.out.flush();
-      return !IsInterrupted();
+      outputs_.Flush();
+      NoteFailedOutputs();
+      return !IsInterrupted() && GoesOn();
     };
     const ScanOutcome outcome = RunScan(device_, lanes, memory_.scan, take, watch);
     summary_.bytesScanned = BytesOf(outcome.sectorsDone);
-    summary_.isInterrupted = outcome.isInterrupted;
+    summary_.isInterrupted = outcome.isInterrupted && GoesOn();
     if (device_.IsLost()) SetLost();
   } catch (const Failure& failure) {
-    // What was found so far can be told if the output is not what failed.
-    if (!console_.out.good()) throw;
     summary_.error = failure.what();
   } catch (const std::bad_alloc&) {
     summary_.error =
@@ -107,22 +111,35 @@ void ScanJob::SetLost() {
 void ScanJob::Add(const FindRecord& record) {
   ++summary_.findCount;
   ++summary_.findsByExtension[record.type->extension];
-  report_->Add(record);
+  outputs_.Add(record);
   FlushNowAndThen();
 }
 
+void ScanJob::AddProvisional(const Find& find) {
+  if (!outputs_.WantsProvisional()) return;
+  const PlannedFind planned = Planner().Plan(find);
+  outputs_.AddProvisional({planned.find, &TypeOf(find), planned.plan});
+}
+
 void ScanJob::FlushNowAndThen() {
+  NoteFailedOutputs();
   const auto now = std::chrono::steady_clock::now();
   if (now - lastFlush_ < kFlushInterval) return;
-  console_.out.flush();
+  outputs_.Flush();
   lastFlush_ = now;
+}
+
+/// A list that can't be written ends the work; the other lists get what is known by then.
+void ScanJob::NoteFailedOutputs() {
+  if (summary_.error.empty() && !outputs_.Errors().empty()) summary_.error = outputs_.Errors().front();
 }
 
 ExitCode ScanJob::Finish() {
   summary_.sizeAtEnd = source_->SizeNow();
   const SectorSet& unreadable = device_.Unreadable();
-  report_->End(summary_, unreadable);
-  console_.out.flush();
+  summary_.ended = std::chrono::system_clock::now();
+  NoteFailedOutputs();
+  outputs_.End(summary_, unreadable);
   const bool hasChanged = summary_.sizeAtEnd != device_.Size();
   if (unreadable.Count() != 0) TellOf(UnreadableText(unreadable));
   if (hasChanged) {
@@ -135,10 +152,11 @@ ExitCode ScanJob::Finish() {
     TellOf("interrupted when " + std::to_string(summary_.bytesScanned) + " of " + std::to_string(device_.Size()) +
            " bytes were scanned; the list holds what was found there");
   }
-  if (!summary_.error.empty()) {
-    console_.err << kProgramName << ": " << summary_.error << '\n';
-    return ExitCode::kFailed;
+  if (!summary_.error.empty()) console_.err << kProgramName << ": " << summary_.error << '\n';
+  for (const std::string& error : outputs_.Errors()) {
+    if (error != summary_.error) console_.err << kProgramName << ": " << error << '\n';
   }
+  if (!summary_.error.empty() || !outputs_.Errors().empty()) return ExitCode::kFailed;
   if (summary_.isInterrupted) return ExitCode::kInterrupted;
   return unreadable.Count() != 0 || hasChanged ? ExitCode::kUnreadable : ExitCode::kDone;
 }

@@ -14,6 +14,7 @@
 #include "host/finds/CarvePlan.h"
 #include "host/finds/FindOptions.h"
 #include "host/outputs/OutputOptions.h"
+#include "host/outputs/Outputs.h"
 #include "host/outputs/Report.h"
 #include "host/scan/RunOptions.h"
 #include "host/scan/ScanLoop.h"
@@ -40,7 +41,7 @@ class ScanJob {
   ScanJob(const ScanOptions& options, const Console& console);
 
   /// Scans the source. The report gets its beginning, and `take` what is found, as RunScan tells. What goes wrong ends
-  /// the scan and is told by Finish, with what was found before; only the output may not fail.
+  /// the scan and is told by Finish, with what was found before.
   void Scan(const FindTaker& take);
 
   [[nodiscard]] CarvePlanner Planner() const { return {catalogue_, device_.Size(), device_.SectorSize()}; }
@@ -60,6 +61,9 @@ class ScanJob {
   /// Lists a find.
   void Add(const FindRecord& record);
 
+  /// Lists a find that was just made where lists have room for such. For scans whose finds are added later.
+  void AddProvisional(const Find& find);
+
   /// Brings what was listed to its reader, if that was long ago. For calls during long work.
   void FlushNowAndThen();
 
@@ -68,6 +72,7 @@ class ScanJob {
 
  private:
   void TellOf(const std::string& text) const;
+  void NoteFailedOutputs();
   [[nodiscard]] std::uint64_t BytesOf(std::uint64_t sectors) const;
 
   const ScanOptions& options_;
@@ -77,7 +82,7 @@ class ScanJob {
   std::unique_ptr<ISource> source_;
   Device device_;
   MemoryBudget memory_;
-  std::unique_ptr<IReport> report_;
+  Outputs outputs_;
   Summary summary_;
   std::chrono::steady_clock::time_point lastFlush_;
 };
