@@ -4,9 +4,8 @@
 #include <libxml/parser.h>
 #include <sqlite3.h>
 
-#include <cstdlib>
-
 #include <CLI/Version.hpp>
+#include <cstdlib>
 #include <nlohmann/json_fwd.hpp>
 
 namespace qzmtraw::host {
