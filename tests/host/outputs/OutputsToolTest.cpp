@@ -36,6 +36,14 @@ class OutputsToolTest : public ::testing::Test {
     return RunTool(arguments, setup);
   }
 
+  /// Makes an image all sectors of which start like an ACE.
+  void FillWithHeads(std::uint64_t size) {
+    std::filesystem::remove(image);
+    WriteFile(image, Image(512).Put(0, Ace()).Content());
+    std::filesystem::resize_file(image, size);
+    setup.faults = {{"FILE", image}, {"REPEAT", "512"}};
+  }
+
   /// What a shell's command says, in the workspace.
   std::string Shell(const std::string& command) const {
     FILE* pipe = ::popen(("cd '" + workspace.Path().string() + "'\n" + command).c_str(), "r");
@@ -125,10 +133,7 @@ TEST_F(OutputsToolTest, WhenADiskIsFullTheOtherListsAreEnded) {
   // A link isn't followed to make a file.
   EXPECT_EQ(Scan({"--output", "full.csv"}).exitCode, 1);
 
-  std::filesystem::remove(image);
-  WriteFile(image, Image(512).Put(0, Ace()).Content());
-  std::filesystem::resize_file(image, 16U << 20U);
-  setup.faults = {{"FILE", image}, {"REPEAT", "512"}};
+  FillWithHeads(16U << 20U);
   setup.fileSizeLimit = 1000000;
   const ToolResult result = Scan({"--output", "a.jsonl", "--output", "a.csv"});
   EXPECT_EQ(result.exitCode, 1);
@@ -153,7 +158,7 @@ TEST_F(OutputsToolTest, TheDatabaseCanBeReadWhileTheScanGoesOn) {
   EXPECT_EQ(Shell("'" QZMTRAW_TOOL "' scan disk.img --types 7z,ace --format none --output live.sqlite 2>messages &\n"
                   "tool=$!\n"
                   "for try in $(seq 100); do\n"
-                  "  state=$(sqlite3 live.sqlite \"SELECT count(*), min(state) FROM list\" 2>/dev/null)\n"
+                  "  state=$(sqlite3 -readonly live.sqlite \"SELECT count(*), min(state) FROM list\" 2>/dev/null)\n"
                   "  [ \"$state\" = '3|provisional' ] && break\n"
                   "  sleep 0.05\n"
                   "done\n"
@@ -166,15 +171,16 @@ TEST_F(OutputsToolTest, TheDatabaseCanBeReadWhileTheScanGoesOn) {
 }
 
 TEST_F(OutputsToolTest, WhatAKilledScanLeavesCanBeRead) {
-  std::filesystem::resize_file(image, std::uint64_t{1} << 40U);
-  setup.faults = {{"FILE", image}, {"SIGNAL", "9"}, {"SIGNAL_READ", std::to_string(std::uint64_t{4} << 30U)}};
+  FillWithHeads(std::uint64_t{1} << 40U);
+  // The lanes are at most 16 MiB behind, and every 10000 finds are stored at once.
+  setup.faults["SIGNAL"] = "9";
+  setup.faults["SIGNAL_READ"] = std::to_string(32U << 20U);
   EXPECT_EQ(Scan({"--format", "none", "--output", "a.sqlite"}).exitCode, 1009);
   const TypeCatalogue catalogue = ReadTypeCatalogue(OpenRegistry());
   FindListReader reader(workspace / "a.sqlite", catalogue);
-  EXPECT_EQ(reader.Next()->find, (Find{128, 1132, 144}));
-  EXPECT_EQ(reader.Next()->find, (Find{300, 0, 157}));
-  EXPECT_EQ(reader.Next()->find, (Find{2040, 100000, 144}));
-  EXPECT_FALSE(reader.Next());
+  std::uint64_t count = 0;
+  while (const auto find = reader.Next()) ASSERT_EQ(find->find, (Find{count++, 0, 157}));
+  EXPECT_GE(count, 10000U);
   EXPECT_EQ(reader.End().ending, ListEnding::kMissing);
 }
 

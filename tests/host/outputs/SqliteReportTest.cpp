@@ -205,7 +205,6 @@ TEST_F(SqliteReportTest, WhatIsLeftOfAnotherDatabaseIsNotMixedIn) {
 TEST_F(SqliteReportTest, ManyFindsComeBack) {
   constexpr std::uint64_t kCount = 300000;
   report->Begin(HostileSource());
-  for (std::uint64_t i = 0; i < kCount; ++i) report->AddProvisional(AceAt(i % 2048));
   for (std::uint64_t i = 0; i < kCount; ++i) report->Add(AceAt(i % 2048));
   report->End({}, {});
   FindListReader reader(path, catalogue);
