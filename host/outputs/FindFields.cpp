@@ -4,7 +4,8 @@ namespace qzmtraw::host {
 
 FindSizes SizesOf(const FindRecord& record) {
   FindSizes sizes;
-  sizes.isEstimated = record.plan.isEstimated && record.recovered.has_value();
+  // Nobody has estimated a size that isn't known and isn't needed.
+  sizes.isEstimated = record.plan.isEstimated && (record.recovered || record.find.size != 0);
   if (sizes.isEstimated) {
     sizes.size = record.plan.length;
   } else if (record.find.size != 0) {
