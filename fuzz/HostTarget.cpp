@@ -1,5 +1,5 @@
-// What the tool reads that it didn't make: command lines, images, and what the library reports. The first byte chooses
-// one of them.
+// What the tool reads that it didn't make: command lines, images, lists, and what the library reports. The first byte
+// chooses one of them.
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -23,6 +23,7 @@
 #include "host/command/CommandLine.h"
 #include "host/finds/CarvePlan.h"
 #include "host/finds/FindStore.h"
+#include "host/outputs/FindList.h"
 #include "host/scan/Lanes.h"
 #include "host/sources/Device.h"
 #include "host/sources/EwfSegments.h"
@@ -328,6 +329,34 @@ void ReadImageOf(Choices choices) {
         "an image brings other bytes");
 }
 
+/// A list that anybody may have written is refused with a message, or all its finds lie on its source.
+void ReadListOf(Choices choices) {
+  static const int kFile = ::memfd_create("list", 0);
+  const bool hasSource = choices.Number(1) % 4 != 0;
+  std::string text = choices.Rest();
+  if (hasSource) text.insert(0, "{\"type\":\"source\",\"path\":\"x\",\"size\":5000,\"sector_size\":512}\n");
+  if (::ftruncate(kFile, 0) != 0 || ::pwrite(kFile, text.data(), text.size(), 0) < 0) return;
+  try {
+    FindListReader reader("/proc/self/fd/" + std::to_string(kFile), Catalogue());
+    const SourceInfo& source = reader.Source();
+    Check(source.sectorSize > 0 && source.size < std::uint64_t{1} << 63U, "a list has an impossible source");
+    const auto isOnSource = [&](std::uint64_t sector) { return sector <= (source.size - 1) / source.sectorSize; };
+    while (const auto listed = reader.Next()) {
+      const auto row = static_cast<std::size_t>(listed->find.row);
+      Check(row < Catalogue().size() && listed->type == &Catalogue()[row], "a list has a find of no type");
+      Check(source.size > 0 && isOnSource(listed->find.startSector), "a list has a find that isn't on its source");
+      Check(listed->find.size < std::uint64_t{1} << 63U, "a list has a find of an impossible size");
+      Check(!listed->embeddedIn || isOnSource(listed->embeddedIn->startSector), "a find lies in one that isn't there");
+    }
+    reader.ReadUnreadable([&](const SectorRange& range) {
+      Check(source.size > 0 && isOnSource(range.first), "a range begins behind the source");
+      Check(range.count == 0 || isOnSource(range.first + (range.count - 1)), "a range ends behind the source");
+    });
+  } catch (const Failure& failure) {
+    Check(IsHarmless(failure.what()), "a message has what harms a terminal");
+  }
+}
+
 /// Ranges are the set of sectors that was put into them.
 void KeepRangesOf(Choices choices) {
   SectorSet ranges;
@@ -374,7 +403,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace qzmtraw::fuzz;
   constexpr void (*kParts[])(Choices) = {SelectTypesOf, PrintTextOf,  ParseCommandLineOf, ReadDeviceOf, PlanCarvingOf,
                                          StoreFindsOf,  ReadImageOf,  KeepRangesOf,       DealRowsOf,   ReadMapOf,
-                                         WriteMapOf,    CountPartsOf, ParseSizeOf};
+                                         WriteMapOf,    CountPartsOf, ParseSizeOf,        ReadListOf};
   Choices choices({data, size});
   kParts[choices.Number(1) % std::size(kParts)](choices);
   return 0;

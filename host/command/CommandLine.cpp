@@ -57,7 +57,7 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
 
   CLI::App* types = app.add_subcommand("types", "List the file types that can be found");
   AddTypeOptions(*types, options.types);
-  AddOutputOptions(*types, options.outputs);
+  AddListFormat(*types, options.outputs);
 
   try {
     app.parse(argc, argv);

@@ -19,6 +19,8 @@ void AddSourceOptions(CLI::App& command, SourceOptions& options);
 void AddTypeOptions(CLI::App& command, TypeOptions& options);
 void AddFindOptions(CLI::App& command, FindOptions& options);
 void AddOutputOptions(CLI::App& command, OutputOptions& options);
+/// Of the output options only the form of the list, for lists of other things than finds.
+void AddListFormat(CLI::App& command, OutputOptions& options);
 void AddRunOptions(CLI::App& command, RunOptions& options);
 void AddRecoveryOptions(CLI::App& command, RecoveryOptions& options);
 /// @}

@@ -54,7 +54,10 @@ ExitCode RunRecoverCommand(const ScanOptions& options, const RecoveryOptions& re
     TakeList(job, *list, finds);
     TellIfUnfinished(*list, recoveryOptions.list, console);
   } else {
-    job.Scan([&](const Find& find) { finds.Add(find); });
+    job.Scan([&](const Find& find) {
+      finds.Add(find);
+      job.AddProvisional(find);
+    });
   }
   finds.Sort();
   Recovery recovery(job, finds, output, recoveryOptions, console.progress);

@@ -14,7 +14,10 @@ ExitCode RunScanCommand(const ScanOptions& options, const Console& console) {
     return job.Finish();
   }
   FindStore finds(job.StoreMemory());
-  job.Scan([&](const Find& find) { finds.Add(find); });
+  job.Scan([&](const Find& find) {
+    finds.Add(find);
+    job.AddProvisional(find);
+  });
   finds.Sort();
   JudgedFinds judged(finds, judge, job.Listing());
   while (const auto record = judged.Next()) job.Add(*record);

@@ -1,6 +1,10 @@
 #include "host/outputs/FindList.h"
 
+#include <filesystem>
+#include <fstream>
 #include <limits>
+#include <string_view>
+#include <system_error>
 
 #include "host/base/Error.h"
 #include "host/base/Text.h"
@@ -11,6 +15,19 @@ namespace qzmtraw::host {
 namespace {
 
 constexpr std::uint64_t kMostBytes = std::numeric_limits<std::int64_t>::max();
+
+/// Every SQLite database begins with it.
+constexpr std::string_view kSqliteMark = "SQLite format 3";
+
+/// Whether a file is a database. Not if it can't be read.
+bool IsDatabase(const std::string& path) {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(path, error)) return false;
+  std::ifstream file(path, std::ios::binary);
+  std::string start(kSqliteMark.size(), '\0');
+  file.read(start.data(), static_cast<std::streamsize>(start.size()));
+  return file.good() && start == kSqliteMark;
+}
 
 }  // namespace
 
@@ -71,7 +88,7 @@ void ListRules::Fail(const std::string& what, const std::string& where) {
 }
 
 FindListReader::FindListReader(const std::string& path, const TypeCatalogue& catalogue)
-    : format_(OpenJsonList(path, catalogue)) {}
+    : format_(IsDatabase(path) ? OpenSqliteList(path, catalogue) : OpenJsonList(path, catalogue)) {}
 
 FindListReader::~FindListReader() = default;
 

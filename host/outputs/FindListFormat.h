@@ -24,8 +24,11 @@ class FindListReader::IFormat {
   virtual void ReadUnreadable(const std::function<void(const SectorRange&)>& take) = 0;
 };
 
-/// Opens a list of JSON lines. As FindListReader's constructor.
+/// Each opens a list of one kind. As FindListReader's constructor.
+/// @{
 std::unique_ptr<FindListReader::IFormat> OpenJsonList(const std::string& path, const TypeCatalogue& catalogue);
+std::unique_ptr<FindListReader::IFormat> OpenSqliteList(const std::string& path, const TypeCatalogue& catalogue);
+/// @}
 
 /// What every list has to keep, of whatever kind it is.
 class ListRules {

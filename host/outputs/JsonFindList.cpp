@@ -139,7 +139,6 @@ SourceInfo SourceIn(const LineFields& fields) {
   source.run.compiler = fields.TextOrNone("compiler");
   source.run.commandLine = fields.TextOrNone("command_line");
   source.run.host = fields.TextOrNone("host");
-  source.run.system = fields.TextOrNone("system");
   source.run.user = fields.TextOrNone("user");
   source.run.uid = fields.NumberOr0("uid");
   return source;

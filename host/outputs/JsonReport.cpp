@@ -2,7 +2,6 @@
 
 #include "host/base/JsonLine.h"
 #include "host/base/Text.h"
-#include "host/base/Version.h"
 
 namespace qzmtraw::host {
 namespace {
@@ -25,8 +24,8 @@ Json SizeOrNull(std::uint64_t size) { return size == 0 ? Json(nullptr) : Json(si
 void JsonReport::Begin(const SourceInfo& source) {
   Json line;
   line["type"] = "source";
-  line["program"] = kProgramName;
-  line["version"] = Version();
+  line["program"] = source.run.program;
+  line["version"] = source.run.version;
   line["path"] = PathText(source.path);
   line["size"] = source.size;
   line["sector_size"] = source.sectorSize;
@@ -37,6 +36,13 @@ void JsonReport::Begin(const SourceInfo& source) {
   }
   line["file_types"] = source.typeCount;
   line["started"] = FormatUtc(source.started);
+  if (!source.sha256.empty()) line["sha256"] = source.sha256;
+  line["compiler"] = source.run.compiler;
+  line["libraries"] = source.run.libraries;
+  line["command_line"] = source.run.commandLine;
+  line["host"] = source.run.host;
+  line["user"] = source.run.user;
+  line["uid"] = source.run.uid;
   out_ << JsonLine(line);
 }
 
@@ -82,6 +88,7 @@ void JsonReport::End(const Summary& summary, const SectorSet& unreadable) {
   line["bytes"] = summary.bytesScanned;
   line["seconds"] = summary.seconds;
   line["size_at_end"] = summary.sizeAtEnd;
+  line["ended"] = FormatUtc(summary.ended);
   if (summary.filesWritten) line["files_written"] = *summary.filesWritten;
   line["interrupted"] = summary.isInterrupted;
   line["error"] = summary.error.empty() ? Json(nullptr) : Json(PathText(summary.error));

@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "host/base/Error.h"
 #include "host/base/Text.h"
@@ -20,12 +21,13 @@ std::string OutputAdvice(int error) {
 
 }  // namespace
 
-OutputStream::OutputStream(int descriptor) : std::ostream(nullptr), buffer_(descriptor) {
+OutputStream::OutputStream(int descriptor, std::string name)
+    : std::ostream(nullptr), buffer_(descriptor, std::move(name)) {
   rdbuf(&buffer_);
   exceptions(std::ios::badbit | std::ios::failbit);
 }
 
-OutputStream::Buffer::Buffer(int descriptor) : descriptor_(descriptor) {
+OutputStream::Buffer::Buffer(int descriptor, std::string name) : descriptor_(descriptor), name_(std::move(name)) {
   setp(memory_.data(), memory_.data() + memory_.size());
 }
 
@@ -53,7 +55,7 @@ void OutputStream::Buffer::Drain(const char* end) {
       next += count;
       written_ += static_cast<std::uint64_t>(count);
     } else if (errno != EINTR) {
-      throw Failure("cannot write the standard output: " + ErrorText(errno) + " after " + std::to_string(written_) +
+      throw Failure("cannot write " + name_ + ": " + ErrorText(errno) + " after " + std::to_string(written_) +
                     " bytes: " + OutputAdvice(errno));
     }
   }

@@ -76,8 +76,8 @@ Provenance ThisRun() {
   utsname system{};
   if (::uname(&system) == 0) {
     run.host = Printable(std::begin(system.nodename));
-    run.system = Printable(std::string(std::begin(system.sysname)) + " " + std::begin(system.release) + " " +
-                           std::begin(system.machine));
+    run.system = {Printable(std::begin(system.sysname)), Printable(std::begin(system.release)),
+                  Printable(std::begin(system.version)), Printable(std::begin(system.machine))};
   }
   run.user = UserName();
   run.uid = ::getuid();

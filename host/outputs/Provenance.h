@@ -9,6 +9,14 @@
 
 namespace qzmtraw::host {
 
+/// What `uname` tells.
+struct OperatingSystem {
+  std::string name{};
+  std::string release{};
+  std::string version{};
+  std::string machine{};
+};
+
 /// Which program, run by whom and where, made a list. What isn't known is empty.
 struct Provenance {
   std::string program{};
@@ -19,9 +27,9 @@ struct Provenance {
   std::map<std::string, std::string> libraries{};
   /// As a shell takes it; see CommandLineText.
   std::string commandLine{};
-  /// The machine, its operating system and the user's name, in printable text.
+  /// The machine's name, its operating system and the user's name, in printable text.
   std::string host{};
-  std::string system{};
+  OperatingSystem system{};
   std::string user{};
   std::uint64_t uid = 0;
 };

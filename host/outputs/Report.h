@@ -130,19 +130,21 @@ class IReport {
 
   /// Comes first, once.
   virtual void Begin(const SourceInfo& source) = 0;
+  /// Takes a find that was just made, while the scan goes on. What becomes of it is known only when the scan is over;
+  /// then all that remain come through Add. Most lists leave it out.
+  virtual void AddProvisional(const FindRecord& /*record*/) {}
   virtual void Add(const FindRecord& record) = 0;
   /// Comes last, once.
   /// \param unreadable  The sectors that could not be read.
   virtual void End(const Summary& summary, const SectorSet& unreadable) = 0;
+  /// Lets who reads the list have what was added so far. What the report writes into is flushed by others.
+  virtual void Flush() {}
+  /// Whether AddProvisional does something.
+  [[nodiscard]] virtual bool WantsProvisional() const { return false; }
 };
 
-/// As all lists have them: "doubtful", "start-only", "from-header", "checked-end".
-std::string_view ConfidenceName(Confidence confidence);
-
-/// As all lists have them: "not-looked", "undecided", "confirmed", "contradicted".
-std::string_view VerdictName(Verdict verdict);
-
-/// \param out  Must live as long as the report.
+/// \param format  Any that goes into a stream.
+/// \param out     Must live as long as the report.
 std::unique_ptr<IReport> MakeReport(OutputFormat format, std::ostream& out);
 
 }  // namespace qzmtraw::host

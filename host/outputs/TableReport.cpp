@@ -86,6 +86,11 @@ void TableReport::Begin(const SourceInfo& source) {
   source_ = source;
   out_ << "Source: " << Printable(source.path) << ", " << FormatSize(source.size) << " (" << source.size
        << " bytes), sectors of " << source.sectorSize << " bytes\n";
+  const Provenance& run = source.run;
+  if (!run.program.empty()) {
+    out_ << "Listed by " << run.program << ' ' << run.version << " for " << run.user << " on " << run.host << " since "
+         << FormatUtc(source.started) << ": " << run.commandLine << '\n';
+  }
   if (!source.part) return;
   out_ << "Scanned: bytes " << source.part->offset << " to " << source.part->offset + source.part->size << ", "
        << FormatSize(source.part->size);

@@ -43,11 +43,13 @@ class TextLines {
   /// Goes through the characters of the line. All iterators of a reader stand at the same place.
   class Iterator {
    public:
+    // NOLINTBEGIN(readability-identifier-naming): the names that the standard library asks for.
     using iterator_category = std::input_iterator_tag;
     using value_type = char;
     using difference_type = std::ptrdiff_t;
     using pointer = const char*;
     using reference = char;
+    // NOLINTEND(readability-identifier-naming)
 
     /// The end.
     Iterator() = default;

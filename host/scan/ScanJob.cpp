@@ -65,18 +65,22 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
       device_(*source_, part_.sectorSize, std::move(part_.view)),
       map_(options.source.mapToWrite.empty() ? nullptr : std::make_unique<RescueMapFile>(options.source.mapToWrite)),
       memory_(DivideMemory(options.run.memory, device_.SectorSize(), LaneCount(options))),
-      report_(MakeReport(options.outputs.format, console.out)) {
+      outputs_(options.outputs, console.out) {
   if (options.finds.verify) verifier_ = std::make_unique<Verifier>(device_);
 }
 
 void ScanJob::Begin() {
   for (const std::string& note : part_.notes) TellOf(note);
-  SourceInfo info{options_.source.image, device_.Size(), device_.SectorSize(), rows_.size(),
-                  std::chrono::system_clock::now()};
+  SourceInfo info{.path = options_.source.image,
+                  .size = device_.Size(),
+                  .sectorSize = device_.SectorSize(),
+                  .typeCount = rows_.size(),
+                  .started = std::chrono::system_clock::now(),
+                  .run = ThisRun()};
   if (part_.isPart) info.part = SourceInfo::Part{device_.RangeBegin(), RangeSize(), device_.LeftOut().Count()};
-  report_->Begin(info);
   // A reader on a pipe learns at once what is going on, and a full disk shows before hours of work.
-  console_.out.flush();
+  outputs_.Begin(info);
+  NoteFailedOutputs();
 }
 
 void ScanJob::Scan(const FindTaker& take) {
@@ -84,6 +88,8 @@ void ScanJob::Scan(const FindTaker& take) {
     TellOf("is empty: nothing to scan");
   }
   Begin();
+  if (!GoesOn()) return;
+
   std::vector<DetectorPtr> owners;
   std::vector<DetectorLane> lanes;
   for (const Lane& rows : DealRows(rows_, catalogue_, memory_.laneCount)) {
@@ -102,17 +108,16 @@ void ScanJob::Scan(const FindTaker& take) {
       summary_.bytesScanned = BytesOf(sectorsDone);
       sectorsDone_ = sectorsDone;
       progress.Update(summary_.bytesScanned, findCount);
-      console_.out.flush();
-      return !IsInterrupted();
+      outputs_.Flush();
+      NoteFailedOutputs();
+      return !IsInterrupted() && GoesOn();
     };
     const ScanOutcome outcome = RunScan(device_, lanes, memory_.scan, take, watch);
     summary_.bytesScanned = BytesOf(outcome.sectorsDone);
     sectorsDone_ = outcome.sectorsDone;
-    summary_.isInterrupted = outcome.isInterrupted;
+    summary_.isInterrupted = outcome.isInterrupted && GoesOn();
     if (device_.IsLost()) SetLost();
   } catch (const Failure& failure) {
-    // What was found so far can be told if the output is not what failed.
-    if (!console_.out.good()) throw;
     summary_.error = failure.what();
   } catch (const std::bad_alloc&) {
     summary_.error =
@@ -138,11 +143,11 @@ void ScanJob::Add(const FindRecord& record) {
   ++summary_.findCount;
   ++summary_.findsByExtension[record.type->extension];
   if (verifier_ == nullptr) {
-    report_->Add(record);
+    outputs_.Add(record);
   } else {
     FindRecord verified = record;
     Verify(verified);
-    report_->Add(verified);
+    outputs_.Add(verified);
   }
   FlushNowAndThen();
 }
@@ -157,11 +162,23 @@ void ScanJob::Verify(FindRecord& record) {
   if (device_.IsLost()) SetLost();
 }
 
+void ScanJob::AddProvisional(const Find& find) {
+  if (!outputs_.WantsProvisional()) return;
+  const FindJudge judge = Judge();
+  outputs_.AddProvisional(judge.Record(find, judge.Planner().Plan(find).plan));
+}
+
 void ScanJob::FlushNowAndThen() {
+  NoteFailedOutputs();
   const auto now = std::chrono::steady_clock::now();
   if (now - lastFlush_ < kFlushInterval) return;
-  console_.out.flush();
+  outputs_.Flush();
   lastFlush_ = now;
+}
+
+/// A list that can't be written ends the work; the other lists get what is known by then.
+void ScanJob::NoteFailedOutputs() {
+  if (summary_.error.empty() && !outputs_.Errors().empty()) summary_.error = outputs_.Errors().front();
 }
 
 ExitCode ScanJob::Finish() {
@@ -169,8 +186,9 @@ ExitCode ScanJob::Finish() {
   const SectorSet& unreadable = device_.Unreadable();
   const SectorSet& skipped = device_.Skipped();
   if (!options_.source.map.empty()) summary_.skipped = &skipped;
-  report_->End(summary_, unreadable);
-  console_.out.flush();
+  summary_.ended = std::chrono::system_clock::now();
+  NoteFailedOutputs();
+  outputs_.End(summary_, unreadable);
   const bool hasChanged = summary_.sizeAtEnd != device_.Size();
   if (unreadable.Count() != 0) TellOf(UnreadableText(unreadable, " could not be read"));
   if (skipped.Count() != 0) TellOf(UnreadableText(skipped, " could not be rescued, the map says,"));
@@ -185,11 +203,11 @@ ExitCode ScanJob::Finish() {
            " bytes were scanned; the list holds what was found there");
   }
   const bool hasMap = WriteMap();
-  if (!summary_.error.empty()) {
-    console_.err << kProgramName << ": " << summary_.error << '\n';
-    return ExitCode::kFailed;
+  if (!summary_.error.empty()) console_.err << kProgramName << ": " << summary_.error << '\n';
+  for (const std::string& error : outputs_.Errors()) {
+    if (error != summary_.error) console_.err << kProgramName << ": " << error << '\n';
   }
-  if (!hasMap) return ExitCode::kFailed;
+  if (!hasMap || !summary_.error.empty() || !outputs_.Errors().empty()) return ExitCode::kFailed;
   if (summary_.isInterrupted) return ExitCode::kInterrupted;
   return unreadable.Count() != 0 || skipped.Count() != 0 || hasChanged ? ExitCode::kUnreadable : ExitCode::kDone;
 }

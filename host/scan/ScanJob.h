@@ -16,6 +16,7 @@
 #include "host/finds/JudgedFinds.h"
 #include "host/finds/Verifier.h"
 #include "host/outputs/OutputOptions.h"
+#include "host/outputs/Outputs.h"
 #include "host/outputs/Report.h"
 #include "host/scan/RunOptions.h"
 #include "host/scan/ScanLoop.h"
@@ -47,7 +48,7 @@ class ScanJob {
   void Begin();
 
   /// Scans the source. The report gets its beginning, and `take` what is found, as RunScan tells. What goes wrong ends
-  /// the scan and is told by Finish, with what was found before; only the output may not fail.
+  /// the scan and is told by Finish, with what was found before.
   void Scan(const FindTaker& take);
 
   [[nodiscard]] CarvePlanner Planner() const { return {catalogue_, device_.RangeEnd(), device_.SectorSize()}; }
@@ -78,6 +79,9 @@ class ScanJob {
   /// Lists a find, and looks into it first if that is wanted.
   void Add(const FindRecord& record);
 
+  /// Lists a find that was just made where lists have room for such. For scans whose finds are added later.
+  void AddProvisional(const Find& find);
+
   /// Brings what was listed to its reader, if that was long ago. For calls during long work.
   void FlushNowAndThen();
 
@@ -89,6 +93,7 @@ class ScanJob {
   bool WriteMap();
   [[nodiscard]] std::uint64_t RangeSize() const { return device_.RangeEnd() - device_.RangeBegin(); }
   void Verify(FindRecord& record);
+  void NoteFailedOutputs();
   [[nodiscard]] std::uint64_t BytesOf(std::uint64_t sectors) const;
 
   const ScanOptions& options_;
@@ -102,7 +107,7 @@ class ScanJob {
   std::unique_ptr<RescueMapFile> map_;
   std::uint64_t sectorsDone_ = 0;
   MemoryBudget memory_;
-  std::unique_ptr<IReport> report_;
+  Outputs outputs_;
   /// Only where finds are to be verified.
   std::unique_ptr<Verifier> verifier_;
   Summary summary_;

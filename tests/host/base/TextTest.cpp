@@ -35,6 +35,9 @@ TEST(TextTest, HarmfulBytesAreEscaped) {
   EXPECT_EQ(Printable(std::string{'\xE2', '\x80', '\xAE'}), "\\xE2\\x80\\xAE") << "right-to-left override";
   EXPECT_EQ(Printable("a\\x41"), "a\\\\x41") << "an escape in the text itself stays apart";
   EXPECT_EQ(Printable(std::string_view("a\0b", 3)), "a\\x00b");
+  EXPECT_EQ(Printable("\xEF\xBB\xBF\xEF\xBF\xBE\xEF\xBF\xBF"), "\\xEF\\xBB\\xBF\\xEF\\xBF\\xBE\\xEF\\xBF\\xBF")
+      << "the mark of byte order, and what is no character";
+  EXPECT_EQ(Printable("\xEF\xBF\xBD"), "\xEF\xBF\xBD");
   EXPECT_EQ(Quoted("a\n"), "'a\\x0A'");
 }
 

@@ -33,11 +33,33 @@ class JsonReportTest : public ::testing::Test {
 };
 
 TEST_F(JsonReportTest, TheSourceStatesWhereItComesFrom) {
-  report.Begin(HostileSource());
+  SourceInfo source = HostileSource();
+  source.sha256 = "00ff";
+  source.run = {.program = "qzmtraw",
+                .version = "1.2",
+                .compiler = "GCC 12",
+                .libraries = {{"sqlite", "3"}},
+                .commandLine = "qzmtraw scan",
+                .host = "machine",
+                .user = "me",
+                .uid = 7};
+  report.Begin(source);
   EXPECT_EQ(out.str().find(R"({"type":"source",)"), 0U);
-  const json expected = {
-      {"type", "source"}, {"program", "qzmtraw"}, {"version", QZMTRAW_VERSION}, {"path", "a\\x1B[2J\\xFF.img"},
-      {"size", 1048576},  {"sector_size", 512},   {"file_types", 320},          {"started", "1970-01-01T00:00:00Z"}};
+  const json expected = {{"type", "source"},
+                         {"program", "qzmtraw"},
+                         {"version", "1.2"},
+                         {"path", "a\\x1B[2J\\xFF.img"},
+                         {"size", 1048576},
+                         {"sector_size", 512},
+                         {"file_types", 320},
+                         {"started", "1970-01-01T00:00:00Z"},
+                         {"sha256", "00ff"},
+                         {"compiler", "GCC 12"},
+                         {"libraries", {{"sqlite", "3"}}},
+                         {"command_line", "qzmtraw scan"},
+                         {"host", "machine"},
+                         {"user", "me"},
+                         {"uid", 7}};
   EXPECT_EQ(Taken(), expected);
 }
 
@@ -127,6 +149,7 @@ TEST_F(JsonReportTest, TheSummaryClosesTheList) {
                          {"unreadable_ranges",
                           json::array({{{"start_sector", 7}, {"sectors", 2}}, {{"start_sector", 10}, {"sectors", 1}}})},
                          {"size_at_end", 999},
+                         {"ended", "1970-01-01T00:00:00Z"},
                          {"interrupted", true},
                          {"error", nullptr}};
   EXPECT_EQ(Taken(), expected);

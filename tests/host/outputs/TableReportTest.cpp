@@ -44,6 +44,17 @@ TEST_F(TableReportTest, ThePathIsHarmless) {
   EXPECT_EQ(out.str(), "Source: a\\x1B[2J\\xFF.img, 1.0 MiB (1048576 bytes), sectors of 512 bytes\n");
 }
 
+TEST_F(TableReportTest, WhoListsIsTold) {
+  std::ostringstream out;
+  SourceInfo source = HostileSource();
+  source.run = {
+      .program = "qzmtraw", .version = "1.2", .commandLine = "qzmtraw scan x", .host = "machine", .user = "me"};
+  TableReport(out).Begin(source);
+  EXPECT_TRUE(
+      out.str().ends_with("\nListed by qzmtraw 1.2 for me on machine since 1970-01-01T00:00:00Z: qzmtraw scan x\n"))
+      << out.str();
+}
+
 TEST_F(TableReportTest, ColumnsAlign) {
   EXPECT_EQ(TextFor({{128, 1132, 157}, &ace, {65536, 1132, false, false}}),
             "\n"

@@ -73,7 +73,9 @@ std::string Listing(const std::string& image, const std::vector<std::string>& op
   const ToolResult result = RunTool(arguments);
   EXPECT_EQ(result.exitCode, 0) << result.err;
   EXPECT_EQ(result.err, "");
-  const std::size_t first = result.out.find('\n') + 1;
+  std::size_t first = result.out.find('\n') + 1;
+  // In a table the command has a line of its own.
+  if (result.out.compare(first, 10, "Listed by ") == 0) first = result.out.find('\n', first) + 1;
   return result.out.substr(first, result.out.rfind('\n', result.out.size() - 2) - first);
 }
 

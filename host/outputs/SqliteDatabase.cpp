@@ -1,0 +1,137 @@
+#include "host/outputs/SqliteDatabase.h"
+
+#include <sqlite3.h>
+
+#include <algorithm>
+#include <limits>
+
+#include "host/base/Error.h"
+#include "host/base/Text.h"
+
+namespace qzmtraw::host {
+namespace {
+
+/// How long somebody else may keep the database locked, in milliseconds.
+constexpr int kLockPatience = 60000;
+constexpr int kShortPatience = 1000;
+
+/// The part of a result that says what went wrong on the whole.
+constexpr int kPrimaryCode = 0xFF;
+
+/// No text in a list comes near to this, and nothing else either.
+constexpr int kLongestText = 1 << 20;
+
+}  // namespace
+
+void SqliteDatabase::Closer::operator()(sqlite3* handle) const { ::sqlite3_close_v2(handle); }
+
+SqliteDatabase::SqliteDatabase(const std::string& path, Access access) : path_(path), access_(access) {
+  sqlite3* handle = nullptr;
+  const int flags = access == Access::kRead ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
+  // Some names are no names of files to the library.
+  const std::string file = path.starts_with('/') ? path : "./" + path;
+  const int result =
+      ::sqlite3_open_v2(file.c_str(), &handle, flags | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_EXRESCODE, nullptr);
+  handle_.reset(handle);
+  if (result != SQLITE_OK) Fail(result);
+  ::sqlite3_busy_timeout(handle, kLockPatience);
+  if (access == Access::kRead) {
+    // The file may come from anybody.
+    ::sqlite3_limit(handle, SQLITE_LIMIT_LENGTH, kLongestText);
+    ::sqlite3_db_config(handle, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+    ::sqlite3_db_config(handle, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  }
+}
+
+void SqliteDatabase::Run(const char* statements) {
+  const int result = ::sqlite3_exec(handle_.get(), statements, nullptr, nullptr, nullptr);
+  if (result != SQLITE_OK) Fail(result);
+}
+
+bool SqliteDatabase::TryToRun(const char* statements) {
+  ::sqlite3_busy_timeout(handle_.get(), kShortPatience);
+  const bool isDone = ::sqlite3_exec(handle_.get(), statements, nullptr, nullptr, nullptr) == SQLITE_OK;
+  ::sqlite3_busy_timeout(handle_.get(), kLockPatience);
+  return isDone;
+}
+
+void SqliteDatabase::Fail(int result) const {
+  const bool isLast = handle_ != nullptr && ::sqlite3_extended_errcode(handle_.get()) == result;
+  std::string text = std::string("cannot ") + (access_ == Access::kRead ? "read" : "write") + " the database " +
+                     Quoted(path_) + ": " +
+                     Printable(isLast ? ::sqlite3_errmsg(handle_.get()) : ::sqlite3_errstr(result));
+  if ((result & kPrimaryCode) == SQLITE_FULL) text += ": run the command again with its output on a disk with room";
+  throw Failure(text);
+}
+
+void SqliteStatement::Finisher::operator()(sqlite3_stmt* statement) const { ::sqlite3_finalize(statement); }
+
+SqliteStatement::SqliteStatement(SqliteDatabase& database, const char* text) : database_(database) {
+  sqlite3_stmt* statement = nullptr;
+  Check(::sqlite3_prepare_v3(database.Handle(), text, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr));
+  statement_.reset(statement);
+}
+
+SqliteStatement& SqliteStatement::Set(std::uint64_t number) {
+  constexpr std::uint64_t kMost = std::numeric_limits<std::int64_t>::max();
+  Check(::sqlite3_bind_int64(statement_.get(), ++parameter_, static_cast<std::int64_t>(std::min(number, kMost))));
+  return *this;
+}
+
+SqliteStatement& SqliteStatement::Set(const std::optional<std::uint64_t>& number) {
+  if (number) return Set(*number);
+  Check(::sqlite3_bind_null(statement_.get(), ++parameter_));
+  return *this;
+}
+
+SqliteStatement& SqliteStatement::Set(double number) {
+  Check(::sqlite3_bind_double(statement_.get(), ++parameter_, number));
+  return *this;
+}
+
+SqliteStatement& SqliteStatement::Set(std::string_view text) {
+  ++parameter_;
+  if (text.empty()) {
+    Check(::sqlite3_bind_null(statement_.get(), parameter_));
+  } else {
+    Check(::sqlite3_bind_text64(statement_.get(), parameter_, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8));
+  }
+  return *this;
+}
+
+SqliteStatement& SqliteStatement::SetFlag(bool flag) { return Set(std::uint64_t{flag ? 1U : 0U}); }
+
+void SqliteStatement::Run() {
+  while (Step()) continue;
+}
+
+bool SqliteStatement::Step() {
+  const int result = ::sqlite3_step(statement_.get());
+  if (result == SQLITE_ROW) return true;
+  parameter_ = 0;
+  if (result != SQLITE_DONE) Check(result);
+  ::sqlite3_reset(statement_.get());
+  return false;
+}
+
+std::optional<std::int64_t> SqliteStatement::Integer(int column) const {
+  const int type = ::sqlite3_column_type(statement_.get(), column);
+  if (type == SQLITE_NULL) return std::nullopt;
+  if (type != SQLITE_INTEGER) database_.Fail(SQLITE_MISMATCH);
+  return ::sqlite3_column_int64(statement_.get(), column);
+}
+
+std::optional<std::string> SqliteStatement::Text(int column) const {
+  const int type = ::sqlite3_column_type(statement_.get(), column);
+  if (type == SQLITE_NULL) return std::nullopt;
+  if (type != SQLITE_TEXT) database_.Fail(SQLITE_MISMATCH);
+  const auto* text = reinterpret_cast<const char*>(::sqlite3_column_text(statement_.get(), column));
+  if (text == nullptr) database_.Fail(SQLITE_NOMEM);
+  return std::string(text, static_cast<std::size_t>(::sqlite3_column_bytes(statement_.get(), column)));
+}
+
+void SqliteStatement::Check(int result) const {
+  if (result != SQLITE_OK) database_.Fail(result);
+}
+
+}  // namespace qzmtraw::host
