@@ -21,9 +21,12 @@ HOST_SEEDS = [b'\x00doc, .JPG,157,0', b'\x01' + bytes(8) + 'Bl\u00e4tter\x1b[2J\
               b'\x02\x01--format\0jsonl\0--memory\0001GiB\0--jobs\0002\0--sector-size\0512\0--types\0doc',
               b'\x02\0--format\0table', b'\x02\0--help', b'\x03' + bytes(range(64)) + bytes(range(200, 256)) * 4,
               b'\x04' + bytes(range(64)), b'\x05\0\0' + bytes(range(200)), b'\x06\x03\0\x10\0image',
-              b'\x07' + bytes(range(64)), b'\x08\x03' + bytes(range(64))]
+              b'\x07' + bytes(range(64)), b'\x08\x03' + bytes(range(64)), b'\x092/3', b'\x09 1/0',
+              b'\x0a\x04' + bytes(range(64)), b'\x0b\x00', b'\x0b\x00\x3f\x00\x02', b'\x0b\x00\x00\x10\x00\x10\x20\x41',
+              b'\x0b\x01SQLite format 3\0' + bytes(84), b'\x0b\x01a diary']
 HOST_WORDS = ['--format', '--sector-size', '--jobs', '--memory', '--types', '--help', '--version', 'table', 'jsonl', 'GiB',
-              'KiB', 'MB', '18446744073709551616', '-1', '0x10', 'doc', 'jpg', '157', '3gp', 'scan', 'types']
+              'KiB', 'MB', '18446744073709551616', '-1', '0x10', 'doc', 'jpg', '157', '3gp', 'scan', 'types', 'merge',
+              '--progress', '--shard', '--rewind', 'line', 'json', 'none', '1/2']
 LITERAL = r'((?:"(?:[^"\\\n]|\\.)*"\s*)+)'
 ESCAPES = {'n': 10, 'r': 13, 't': 9, '\\': 92, '"': 34, "'": 39, 'f': 12, 'v': 11, 'a': 7, 'b': 8}
 

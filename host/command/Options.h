@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/command/MergeCommand.h"
 #include "host/finds/FindOptions.h"
 #include "host/outputs/OutputOptions.h"
 #include "host/recovery/RecoveryOptions.h"
@@ -20,6 +21,7 @@ void AddTypeOptions(CLI::App& command, TypeOptions& options);
 void AddFindOptions(CLI::App& command, FindOptions& options);
 void AddOutputOptions(CLI::App& command, OutputOptions& options);
 void AddRunOptions(CLI::App& command, RunOptions& options);
+void AddMergeOptions(CLI::App& command, MergeOptions& options);
 void AddRecoveryOptions(CLI::App& command, RecoveryOptions& options);
 /// @}
 

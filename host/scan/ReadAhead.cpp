@@ -5,9 +5,14 @@
 
 namespace qzmtraw::host {
 
-ReadAhead::ReadAhead(Device& device, std::uint64_t pieceSectors, std::size_t pieceCount, std::size_t userCount,
-                     Failures& failures)
-    : device_(device), pieceSectors_(pieceSectors), userCount_(userCount), failures_(failures), slots_(pieceCount) {
+ReadAhead::ReadAhead(Device& device, std::uint64_t startSector, std::uint64_t pieceSectors, std::size_t pieceCount,
+                     std::size_t userCount, Failures& failures)
+    : device_(device),
+      startSector_(startSector),
+      pieceSectors_(pieceSectors),
+      userCount_(userCount),
+      failures_(failures),
+      slots_(pieceCount) {
   thread_ = StartThread([this] {
     failures_.Guard([this] { ReadAll(); });
     const std::scoped_lock lock(mutex_);
@@ -41,7 +46,7 @@ bool ReadAhead::IsStopped() {
 }
 
 void ReadAhead::ReadAll() {
-  for (std::uint64_t sector = 0; sector < device_.SectorCount();) {
+  for (std::uint64_t sector = startSector_; sector < device_.SectorCount();) {
     // Only this thread counts up, and nobody touches a slot without users.
     Slot& slot = SlotOf(readCount_);
     {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <span>
 #include <thread>
 
 #include "host/base/Error.h"
@@ -49,24 +50,30 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
     : options_(options),
       console_(console),
       catalogue_(ReadTypeCatalogue(OpenRegistry())),
-      rows_(ChosenRows(catalogue_, options.types)),
+      chosenRows_(ChosenRows(catalogue_, options.types)),
+      rows_(RowsOfShard(chosenRows_, catalogue_, options.run.shard)),
       source_(OpenSource(options.source)),
       device_(*source_, options.source.sectorSize.value_or(source_->SectorSize().value_or(kDefaultSectorSize))),
       memory_(DivideMemory(options.run.memory, device_.SectorSize(), LaneCount(options))),
-      report_(MakeReport(options.outputs.format, console.out)) {}
+      report_(MakeReport(options.outputs.format, console.out)) {
+  if (options.run.state.empty()) return;
+  saved_ = std::make_unique<SavedScan>(options.run, SettingsOf(device_, chosenRows_, options.run.shard), rows_, device_,
+                                       console.err);
+}
 
 void ScanJob::Scan(const FindTaker& take) {
   if (device_.Size() == 0) {
     TellOf("is empty: nothing to scan");
   }
+  const auto typeCount = static_cast<std::size_t>(std::ranges::count(rows_, false, &LaneRow::isSilent));
   report_->Begin(
-      {options_.source.image, device_.Size(), device_.SectorSize(), rows_.size(), std::chrono::system_clock::now()});
+      {options_.source.image, device_.Size(), device_.SectorSize(), typeCount, std::chrono::system_clock::now()});
   // A reader on a pipe learns at once what is going on, and a full disk shows before hours of work.
   console_.out.flush();
 
   std::vector<DetectorPtr> owners;
   std::vector<DetectorLane> lanes;
-  for (const Lane& rows : DealRows(rows_, catalogue_, memory_.laneCount)) {
+  for (const Lane& rows : DealRows(std::span<const LaneRow>(rows_), catalogue_, memory_.laneCount)) {
     DetectorLane& lane = lanes.emplace_back();
     for (const LaneRow& each : rows) {
       owners.emplace_back(OpenRegistry().CreateType(each.row, nullptr, nullptr));
@@ -76,14 +83,31 @@ void ScanJob::Scan(const FindTaker& take) {
   const auto start = std::chrono::steady_clock::now();
   try {
     Progress progress(console_.progress, "scanning", device_.Size());
+    const ScanStart begin = saved_ ? saved_->Start() : ScanStart{};
+    std::uint64_t findsBefore = 0;
+    const auto takeAny = [&](const ReportedFind& find) {
+      progress.CountFind(TypeOf(find).category);
+      take(find);
+    };
+    const auto takeKnown = [&](const ReportedFind& find) {
+      ++findsBefore;
+      takeAny(find);
+    };
+    const auto takeNew = [&](const ReportedFind& find) {
+      if (saved_) saved_->Add(find);
+      takeAny(find);
+    };
     const auto watch = [&](std::uint64_t sectorsDone, std::uint64_t findCount) {
-      summary_.bytesScanned = BytesOf(sectorsDone);
-      progress.Update(summary_.bytesScanned, findCount);
+      summary_.bytesScanned = BytesOf(std::max(sectorsDone, begin.newsFrom));
+      progress.Update(BytesOf(sectorsDone), findsBefore + findCount);
+      if (saved_) saved_->SaveNowAndThen(sectorsDone);
       console_.out.flush();
       return !IsInterrupted();
     };
-    const ScanOutcome outcome = RunScan(device_, lanes, memory_.scan, take, watch);
-    summary_.bytesScanned = BytesOf(outcome.sectorsDone);
+    if (saved_) saved_->ReadFinds(takeKnown);
+    const ScanOutcome outcome = RunScan(device_, lanes, memory_.scan, takeNew, watch, begin);
+    if (saved_) saved_->Save(outcome.sectorsDone);
+    summary_.bytesScanned = BytesOf(std::max(outcome.sectorsDone, begin.newsFrom));
     summary_.isInterrupted = outcome.isInterrupted;
     if (device_.IsLost()) SetLost();
   } catch (const Failure& failure) {
@@ -95,7 +119,7 @@ void ScanJob::Scan(const FindTaker& take) {
         "out of memory while scanning " + Quoted(options_.source.image) + ": use fewer threads, with --jobs";
   }
   const std::chrono::duration<double> span = std::chrono::steady_clock::now() - start;
-  summary_.seconds = span.count();
+  summary_.seconds = span.count() + (saved_ ? saved_->SecondsBefore() : 0);
 }
 
 const TypeInfo& ScanJob::TypeOf(const Find& find) const { return catalogue_.at(static_cast<std::size_t>(find.row)); }
@@ -133,13 +157,16 @@ ExitCode ScanJob::Finish() {
   }
   if (summary_.isInterrupted) {
     TellOf("interrupted when " + std::to_string(summary_.bytesScanned) + " of " + std::to_string(device_.Size()) +
-           " bytes were scanned; the list holds what was found there");
+           " bytes were scanned; the list holds what was found there" +
+           (saved_ ? "; the same command goes on from there" : ""));
   }
   if (!summary_.error.empty()) {
     console_.err << kProgramName << ": " << summary_.error << '\n';
     return ExitCode::kFailed;
   }
   if (summary_.isInterrupted) return ExitCode::kInterrupted;
+  // The list is whole, but what was asked for besides wasn't done.
+  if (saved_ && saved_->HasFailed()) return ExitCode::kFailed;
   return unreadable.Count() != 0 || hasChanged ? ExitCode::kUnreadable : ExitCode::kDone;
 }
 

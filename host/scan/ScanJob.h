@@ -15,7 +15,9 @@
 #include "host/finds/FindOptions.h"
 #include "host/outputs/OutputOptions.h"
 #include "host/outputs/Report.h"
+#include "host/scan/Lanes.h"
 #include "host/scan/RunOptions.h"
+#include "host/scan/SavedScan.h"
 #include "host/scan/ScanLoop.h"
 #include "host/sources/Device.h"
 #include "host/sources/Source.h"
@@ -73,10 +75,14 @@ class ScanJob {
   const ScanOptions& options_;
   Console console_;
   TypeCatalogue catalogue_;
-  std::vector<std::int32_t> rows_;
+  std::vector<std::int32_t> chosenRows_;
+  /// Those of the shard.
+  Lane rows_;
   std::unique_ptr<ISource> source_;
   Device device_;
   MemoryBudget memory_;
+  /// Null: the scan isn't kept.
+  std::unique_ptr<SavedScan> saved_;
   std::unique_ptr<IReport> report_;
   Summary summary_;
   std::chrono::steady_clock::time_point lastFlush_;

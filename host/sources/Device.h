@@ -7,6 +7,7 @@
 #include <mutex>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "host/sources/SectorSet.h"
 #include "host/sources/Source.h"
@@ -38,6 +39,16 @@ class Device {
   /// whole number of sectors, or empty. \return Whether all of these sectors exist and were read.
   bool Read(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop = {});
 
+  /// States sectors that an earlier run could not read: they come as zeros without being tried. The range must not wrap
+  /// around. Without room to remember them the source counts as lost.
+  void AddUnreadable(const SectorRange& sectors);
+
+  /// From now on keeps those that turn out to be unreadable for TakeNewUnreadable.
+  void WatchUnreadable() { isWatched_ = true; }
+
+  /// What turned out to be unreadable since the last call. Ranges may overlap.
+  std::vector<SectorRange> TakeNewUnreadable();
+
   /// The sectors that could not be read so far. Not while other threads read.
   [[nodiscard]] const SectorSet& Unreadable() const { return unreadable_; }
 
@@ -51,7 +62,6 @@ class Device {
   bool ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into);
   bool ReadOneByOne(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop);
   [[nodiscard]] bool IsKnownUnreadable(const SectorRange& sectors) const;
-  void AddUnreadable(const SectorRange& sectors);
   void SetEnd(std::uint64_t sector);
   void SetLost(const std::string& reason);
 
@@ -64,8 +74,10 @@ class Device {
   /// Guards what follows it.
   mutable std::mutex mutex_;
   SectorSet unreadable_;
+  std::vector<SectorRange> newUnreadable_;
   std::string loss_;
   std::atomic<bool> isLost_ = false;
+  std::atomic<bool> isWatched_ = false;
 };
 
 }  // namespace qzmtraw::host
