@@ -5,13 +5,13 @@
 
 namespace qzmtraw::host {
 
-ReadAhead::ReadAhead(Device& device, std::uint64_t startSector, std::uint64_t pieceSectors, std::size_t pieceCount,
-                     std::size_t userCount, Failures& failures)
+ReadAhead::ReadAhead(Device& device, std::uint64_t pieceSectors, std::size_t pieceCount, std::size_t userCount,
+                     Failures& failures, std::uint64_t startSector)
     : device_(device),
-      startSector_(startSector),
       pieceSectors_(pieceSectors),
       userCount_(userCount),
       failures_(failures),
+      startSector_(startSector),
       slots_(pieceCount) {
   thread_ = StartThread([this] {
     failures_.Guard([this] { ReadAll(); });

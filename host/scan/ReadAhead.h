@@ -25,13 +25,13 @@ struct Piece {
 class ReadAhead {
  public:
   /// \param device        Must live as long as this.
-  /// \param startSector   The first one of the first piece.
   /// \param pieceSectors  Sectors of a piece, at least 1. The last piece may have fewer.
   /// \param pieceCount    How many pieces are in memory at most, at least 1.
   /// \param userCount     How many threads Get and Release every piece.
   /// \param failures      Receives what goes wrong on the thread.
-  ReadAhead(Device& device, std::uint64_t startSector, std::uint64_t pieceSectors, std::size_t pieceCount,
-            std::size_t userCount, Failures& failures);
+  /// \param startSector   The first one of the first piece.
+  ReadAhead(Device& device, std::uint64_t pieceSectors, std::size_t pieceCount, std::size_t userCount,
+            Failures& failures, std::uint64_t startSector = 0);
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;
   /// All users must be gone.
@@ -59,10 +59,10 @@ class ReadAhead {
   Slot& SlotOf(std::uint64_t number) { return slots_[static_cast<std::size_t>(number % slots_.size())]; }
 
   Device& device_;
-  std::uint64_t startSector_;
   std::uint64_t pieceSectors_;
   std::size_t userCount_;
   Failures& failures_;
+  std::uint64_t startSector_;
   std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<Slot> slots_;

@@ -43,7 +43,7 @@ class Scan {
       : device_(device),
         hasSeveralLanes_(lanes.size() > 1),
         queue_(lanes.size(), memory.mostFinds),
-        pieces_(device, startSector, PieceSectors(device.SectorSize()), memory.pieceCount, lanes.size(), failures_) {
+        pieces_(device, PieceSectors(device.SectorSize()), memory.pieceCount, lanes.size(), failures_, startSector) {
     try {
       for (const DetectorLane& lane : lanes) Start(lane, threads_.size());
     } catch (...) {

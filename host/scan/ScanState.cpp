@@ -151,6 +151,7 @@ ScanState::ScanState(const std::string& path, const ScanSettings& settings) : pa
   } else {
     Create(settings);
   }
+  Run("COMMIT");
   addFind_ =
       std::make_unique<Statement>(*this, "INSERT INTO find(block_sector, start_sector, size, row) VALUES(?, ?, ?, ?)");
   addUnreadable_ = std::make_unique<Statement>(*this, "INSERT INTO unreadable VALUES(?, ?)");
@@ -158,7 +159,8 @@ ScanState::ScanState(const std::string& path, const ScanSettings& settings) : pa
 
 ScanState::~ScanState() = default;
 
-/// Opens the database and locks it for as long as it is open.
+/// Opens the database, locks it for as long as it is open, and begins a transaction: a file is empty or a state, and
+/// nothing in between, whenever the process ends.
 void ScanState::Open(bool isNew) {
   const std::string journal = path_ + "-journal";
   if (isNew) {
@@ -175,7 +177,6 @@ void ScanState::Open(bool isNew) {
   Run("PRAGMA locking_mode=EXCLUSIVE");
   Run("PRAGMA trusted_schema=OFF");
   Run("BEGIN EXCLUSIVE");
-  Run("COMMIT");
 }
 
 /// Whether there is anything in it. A run that was killed in its first moments leaves nothing.
@@ -186,14 +187,12 @@ bool ScanState::IsBegun() const {
 }
 
 void ScanState::Create(const ScanSettings& settings) {
-  Run("BEGIN");
   Run(("PRAGMA application_id=" + std::to_string(kStateApplication)).c_str());
   Run(("PRAGMA user_version=" + std::to_string(kStateVersion)).c_str());
   Run(kCreateState);
   for (const auto& [name, value] : settings) {
     Statement(*this, "INSERT INTO setting VALUES(?, ?)").Bind(1, name).Bind(2, value).Write();
   }
-  Run("COMMIT");
 }
 
 void ScanState::Compare(const ScanSettings& settings) const {

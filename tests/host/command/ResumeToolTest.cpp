@@ -54,8 +54,9 @@ class ResumeToolTest : public ::testing::Test {
 
   /// How far the progress of a scan says that it began.
   static std::uint64_t BeginOf(const ToolResult& result) {
-    std::vector<json> lines = JsonLines(result.err);
-    return lines.empty() ? 0 : lines.front()["bytes"].get<std::uint64_t>();
+    if (result.exitCode != 0) return 0;
+    const std::vector<json> lines = JsonLines(result.err);
+    return lines.empty() ? 0 : lines.front().value("bytes", std::uint64_t{0});
   }
 
   Workspace workspace;
