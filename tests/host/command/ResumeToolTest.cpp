@@ -98,7 +98,13 @@ TEST_F(ResumeToolTest, AScanMayBeKilledAgainAndAgain) {
 
 TEST_F(ResumeToolTest, AllTypesAreFoundAsIfNothingHadHappened) {
   std::filesystem::remove(image);
-  WriteFile(image, ImageOfFiles(6));
+  Bytes content;
+  for (const unsigned seed : {6U, 7U, 8U, 9U}) {
+    const Bytes part = ImageOfFiles(seed);
+    content.insert(content.end(), part.begin(), part.end());
+  }
+  ASSERT_GT(content.size(), 2 * kMiB);
+  WriteFile(image, content);
   types.clear();
   const std::string expected = WholeListing();
   EXPECT_EQ(Scan(KilledAt(45000)).exitCode, 1000 + SIGKILL);
@@ -223,7 +229,7 @@ TEST_F(ResumeToolTest, ProgramsAreToldOfProgress) {
   ASSERT_GE(lines.size(), 2U);
   EXPECT_EQ(lines.front()["phase"], "scanning");
   const json& last = lines.back();
-  const json& summary = JsonLines(result.out).back();
+  const json summary = JsonLines(result.out).back();
   EXPECT_EQ(last["type"], "progress");
   EXPECT_EQ(last["bytes"], 8 * kMiB);
   EXPECT_EQ(last["total"], 8 * kMiB);
