@@ -1,6 +1,7 @@
 // What the tool reads that it didn't make: command lines, images, lists, and what the library reports. The first byte
 // chooses one of them.
 
+#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -25,6 +26,8 @@
 #include "host/finds/FindStore.h"
 #include "host/outputs/FindList.h"
 #include "host/scan/Lanes.h"
+#include "host/scan/ScanState.h"
+#include "host/scan/Shard.h"
 #include "host/sources/Device.h"
 #include "host/sources/EwfSegments.h"
 #include "host/sources/RawSource.h"
@@ -106,6 +109,8 @@ void ParseCommandLineOf(Choices choices) {
   for (const std::string& argument : arguments) pointers.push_back(argument.c_str());
   // Nothing may be written, wherever an input leads.
   if (std::ranges::find(arguments, "recover") != arguments.end()) return;
+  const auto keepsState = [](const std::string& argument) { return argument.starts_with("--res"); };
+  if (std::ranges::any_of(arguments, keepsState)) return;
 
   std::ostringstream out;
   std::ostringstream err;
@@ -376,6 +381,84 @@ void KeepRangesOf(Choices choices) {
   Check(ranges.Count() == sectors.size(), "a set of sectors has more or fewer");
 }
 
+/// A share of the work is one of so many, or is refused with a message that any terminal can take.
+void ReadShardOf(Choices choices) {
+  const std::string text = choices.Rest();
+  try {
+    const Shard shard = ParseShard(text);
+    Check(shard.number >= 1 && shard.number <= shard.count, "there is no such shard");
+    Check(ParseShard(ShardText(shard)) == shard, "a shard is read as another than it was written");
+  } catch (const UsageError& error) {
+    Check(IsHarmless(error.what()), "a message has what harms a terminal");
+  }
+}
+
+/// All shards together have every row once, and a group stays together.
+void ShareRowsOf(Choices choices) {
+  const auto count = static_cast<std::uint32_t>(1 + choices.Number(1) % 16);
+  std::set<std::int32_t> rows;
+  while (!choices.IsEmpty()) rows.insert(static_cast<std::int32_t>(choices.Below(Catalogue().size())));
+  const std::vector<std::int32_t> ascending(rows.begin(), rows.end());
+  std::map<std::string, std::uint32_t> shardOfGroup;
+  try {
+    for (std::uint32_t number = 1; number <= count; ++number) {
+      for (const auto& [row, isSilent] : RowsOfShard(ascending, Catalogue(), {number, count})) {
+        Check(std::ranges::binary_search(ascending, row), "a row is in a shard that wasn't asked for");
+        if (isSilent) continue;
+        Check(rows.erase(row) == 1, "a row is in two shards");
+        const std::string& group = Catalogue().at(static_cast<std::size_t>(row)).group;
+        if (!group.empty())
+          Check(shardOfGroup.try_emplace(group, number).first->second == number, "a group is divided");
+      }
+    }
+  } catch (const UsageError&) {
+    Check(count > 1 && rows.size() == ascending.size(), "rows can't be shared out");
+    return;
+  }
+  Check(rows.empty(), "a row is in no shard");
+}
+
+/// The file that a scan's state is to be kept in may be anything. What isn't a state is left as it is.
+void OpenStateOf(Choices choices) {
+  static const std::string kPath = "/dev/shm/qzmtraw-fuzz-" + std::to_string(::getpid());
+  const ScanSettings settings = {{"the sector size", "512"}};
+  ::unlink(kPath.c_str());
+  const bool isState = choices.Number(1) % 2 == 0;
+  if (isState) {
+    ScanState state(kPath, settings);
+    state.Add({{1, 2, 3}, 0});
+    state.AddUnreadable({4, 5});
+    state.Commit(64, 1);
+  }
+  const int file = ::open(kPath.c_str(), O_RDWR | O_CREAT, 0600);
+  if (file < 0) return;
+  // Some bytes of the state are others, or the whole is something else.
+  while (isState && !choices.IsEmpty()) {
+    const std::uint64_t offset = choices.Number(2);
+    const auto byte = static_cast<std::uint8_t>(choices.Number(1));
+    if (::pwrite(file, &byte, 1, static_cast<off_t>(offset % (5U * 4096))) < 0) break;
+  }
+  const std::string rest = choices.Rest();
+  if (::pwrite(file, rest.data(), rest.size(), 0) < 0) return;
+  std::vector<std::uint8_t> head(kStateHeadSize);
+  head.resize(static_cast<std::size_t>(std::max<ssize_t>(0, ::pread(file, head.data(), head.size(), 0))));
+  const StateKind kind = StateKindOf(head);
+  ::close(file);
+  Check(isState || rest.empty() == (kind == StateKind::kEmpty), "a file is taken for empty");
+  try {
+    const ScanState state(kPath, settings);
+    Check(kind == StateKind::kState || kind == StateKind::kEmpty, "a file that is no state is opened");
+    state.ReadUnreadable([](const SectorRange&) {});
+    state.ReadFinds([](const ReportedFind& find) { Check(find.row >= 0, "a find has no row"); });
+  } catch (const UsageError& error) {
+    Check(IsHarmless(error.what()), "a message has what harms a terminal");
+  } catch (const Failure& failure) {
+    Check(IsHarmless(failure.what()), "a message has what harms a terminal");
+  }
+  ::unlink(kPath.c_str());
+  ::unlink((kPath + "-journal").c_str());
+}
+
 /// Every row is dealt to one lane, and a group stays together.
 void DealRowsOf(Choices choices) {
   const std::size_t laneCount = 1 + choices.Number(1);
@@ -403,7 +486,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   using namespace qzmtraw::fuzz;
   constexpr void (*kParts[])(Choices) = {SelectTypesOf, PrintTextOf,  ParseCommandLineOf, ReadDeviceOf, PlanCarvingOf,
                                          StoreFindsOf,  ReadImageOf,  KeepRangesOf,       DealRowsOf,   ReadMapOf,
-                                         WriteMapOf,    CountPartsOf, ParseSizeOf,        ReadListOf};
+                                         WriteMapOf,    CountPartsOf, ParseSizeOf,        ReadListOf,   ReadShardOf,
+                                         ShareRowsOf,   OpenStateOf};
   Choices choices({data, size});
   kParts[choices.Number(1) % std::size(kParts)](choices);
   return 0;

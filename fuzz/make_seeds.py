@@ -22,15 +22,18 @@ HOST_SEEDS = [b'\x00doc, .JPG,157,0', b'\x01' + bytes(8) + 'Bl\u00e4tter\x1b[2J\
               b'\x02\0--format\0table', b'\x02\0--help', b'\x03' + bytes(range(64)) + bytes(range(200, 256)) * 4,
               b'\x04' + bytes(range(64)), b'\x05\0\0' + bytes(range(200)), b'\x06\x03\0\x10\0image',
               b'\x07' + bytes(range(64)), b'\x08\x03' + bytes(range(64)),
-              b'\x09\x01{"type":"find","row":157,"extension":"ace","start_sector":3,"size":9,"size_estimated":false,'
+              b'\x0d\x01{"type":"find","row":157,"extension":"ace","start_sector":3,"size":9,"size_estimated":false,'
               b'"confidence":"doubtful","verdict":"undecided","notes":["a"],"embedded_in":{"start_sector":1,"row":144},'
               b'"path":null,"written":0}\n{"type":"summary","bytes":5000,"interrupted":false,"error":null,'
               b'"unreadable_ranges":[{"start_sector":7,"sectors":2}]}\n',
-              b'\x09\0{"type":"source","path":"x","size":5000,"sector_size":512,"file_types":320}\n']
+              b'\x0d\0{"type":"source","path":"x","size":5000,"sector_size":512,"file_types":320}\n',
+              b'\x0e2/3', b'\x0e 1/0', b'\x0f\x04' + bytes(range(64)), b'\x10\x00', b'\x10\x00\x3f\x00\x02',
+              b'\x10\x00\x00\x10\x00\x10\x20\x41', b'\x10\x01SQLite format 3\0' + bytes(84), b'\x10\x01a diary']
 HOST_WORDS = ['--format', '--sector-size', '--jobs', '--memory', '--types', '--help', '--version', 'table', 'jsonl', 'GiB',
-              'KiB', 'MB', '18446744073709551616', '-1', '0x10', 'doc', 'jpg', '157', '3gp', 'scan', 'types', '"type"', '"find"', '"row"', '"extension"', '"start_sector"',
-              '"sectors"', '"unreadable_ranges"', '"size_estimated"', '"embedded_in"', '"confidence"', '"verdict"',
-              '"notes"', '"summary"', '"source"', '"path"', '--output']
+              'KiB', 'MB', '18446744073709551616', '-1', '0x10', 'doc', 'jpg', '157', '3gp', 'scan', 'types', 'merge',
+              '--progress', '--shard', '--rewind', 'line', 'json', 'none', '1/2', '"type"', '"find"', '"row"',
+              '"extension"', '"start_sector"', '"sectors"', '"unreadable_ranges"', '"size_estimated"', '"embedded_in"',
+              '"confidence"', '"verdict"', '"notes"', '"summary"', '"source"', '"path"', '--output']
 LITERAL = r'((?:"(?:[^"\\\n]|\\.)*"\s*)+)'
 ESCAPES = {'n': 10, 'r': 13, 't': 9, '\\': 92, '"': 34, "'": 39, 'f': 12, 'v': 11, 'a': 7, 'b': 8}
 

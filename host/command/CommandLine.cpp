@@ -5,10 +5,12 @@
 
 #include "host/base/Error.h"
 #include "host/base/Version.h"
+#include "host/command/MergeCommand.h"
 #include "host/command/Options.h"
 #include "host/command/RecoverCommand.h"
 #include "host/command/ScanCommand.h"
 #include "host/command/TypesCommand.h"
+#include "host/scan/Progress.h"
 
 namespace qzmtraw::host {
 namespace {
@@ -55,6 +57,11 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
                               "it is started again.\n\n") +
                   kExitCodes);
 
+  MergeOptions mergeOptions;
+  CLI::App* merge = app.add_subcommand("merge", "Make one list of the finds of several");
+  AddMergeOptions(*merge, mergeOptions);
+  merge->footer(kExitCodes);
+
   CLI::App* types = app.add_subcommand("types", "List the file types that can be found");
   AddTypeOptions(*types, options.types);
   AddListFormat(*types, options.outputs);
@@ -64,8 +71,11 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
   } catch (const CLI::ParseError& error) {
     return TellParseResult(app, error, console);
   }
-  if (scan->parsed()) return RunScanCommand(options, console);
-  if (recover->parsed()) return RunRecoverCommand(options, recoveryOptions, console);
+  if (merge->parsed()) return RunMergeCommand(mergeOptions, console);
+  const auto progress = OpenProgress(options.run.progress, console.err, console.progress != nullptr);
+  const Console watched{console.out, console.err, progress.get()};
+  if (scan->parsed()) return RunScanCommand(options, watched);
+  if (recover->parsed()) return RunRecoverCommand(options, recoveryOptions, watched);
   return RunTypesCommand(options.types, options.outputs.format, console);
 }
 

@@ -3,6 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "host/command/MergeCommand.h"
 #include "host/finds/FindOptions.h"
 #include "host/outputs/OutputOptions.h"
 #include "host/recovery/RecoveryOptions.h"
@@ -22,6 +23,7 @@ void AddOutputOptions(CLI::App& command, OutputOptions& options);
 /// Of the output options only the form of the list, for lists of other things than finds.
 void AddListFormat(CLI::App& command, OutputOptions& options);
 void AddRunOptions(CLI::App& command, RunOptions& options);
+void AddMergeOptions(CLI::App& command, MergeOptions& options);
 void AddRecoveryOptions(CLI::App& command, RecoveryOptions& options);
 /// @}
 

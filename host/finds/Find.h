@@ -17,6 +17,12 @@ struct Find {
 };
 static_assert(sizeof(Find) == 24);
 
+/// A find and where its detector told of it, which may be far behind its start.
+struct ReportedFind : Find {
+  /// The first sector of the block that was being scanned.
+  std::uint64_t blockSector = 0;
+};
+
 /// The order of sorted lists: by place, and at one place by row.
 inline bool ComesBefore(const Find& a, const Find& b) {
   if (a.startSector != b.startSector) return a.startSector < b.startSector;

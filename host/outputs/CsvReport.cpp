@@ -63,7 +63,7 @@ void CsvReport::Add(const FindRecord& record) {
   const RecoveredFile file = record.recovered.value_or(RecoveredFile{});
   Line line;
   line.Add(static_cast<std::uint64_t>(record.find.row));
-  line.AddText(record.type->className);
+  line.AddText(record.type->facts.className);
   line.AddText(record.type->extension);
   line.AddText(CategoryName(record.type->category));
   line.AddText(record.type->description);

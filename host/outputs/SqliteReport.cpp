@@ -188,7 +188,7 @@ class SqliteReport final : public IReport {
       return size == 0 ? std::nullopt : std::optional(size);
     };
     statements_->type.Set(std::uint64_t{row})
-        .Set(Printable(type.className))
+        .Set(Printable(type.facts.className))
         .Set(Printable(type.extension))
         .Set(CategoryName(type.category))
         .Set(Printable(type.description))

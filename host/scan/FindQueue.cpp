@@ -61,7 +61,7 @@ FindQueue::Batch FindQueue::Take(std::chrono::milliseconds patience) {
   const std::uint64_t endBlock = BlocksDoneByAll();
   LaneState* lane = nullptr;
   while (batch.finds.size() < kBatchSize && (lane = NextLane(endBlock)) != nullptr) {
-    batch.finds.push_back(lane->finds.front().find);
+    batch.finds.push_back(lane->finds.front());
     lane->finds.pop_front();
   }
   waiting_ -= batch.finds.size();
@@ -87,7 +87,7 @@ FindQueue::LaneState* FindQueue::NextLane(std::uint64_t endBlock) {
     if (lane.finds.empty() || lane.finds.front().block >= endBlock) continue;
     const QueuedFind& find = lane.finds.front();
     const bool isEarlier = next == nullptr || find.block < next->finds.front().block ||
-                           (find.block == next->finds.front().block && find.find.row < next->finds.front().find.row);
+                           (find.block == next->finds.front().block && find.row < next->finds.front().row);
     if (isEarlier) next = &lane;
   }
   return next;

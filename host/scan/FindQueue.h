@@ -36,10 +36,15 @@ class FindQueue {
   /// Lets all lanes that wait, or ask, know that they are to end.
   void Stop();
 
+  /// A find and the number of the block in which it was reported.
+  struct QueuedFind : Find {
+    std::uint64_t block = 0;
+  };
+
   /// What Take brings.
   struct Batch {
     /// The next finds, in order.
-    std::vector<Find> finds;
+    std::vector<QueuedFind> finds;
     /// So many blocks are done by all lanes, and their finds have been taken.
     std::uint64_t blocksDone = 0;
     /// All lanes have left and nothing is left to be taken.
@@ -50,10 +55,6 @@ class FindQueue {
   Batch Take(std::chrono::milliseconds patience);
 
  private:
-  struct QueuedFind {
-    Find find;
-    std::uint64_t block = 0;
-  };
   struct LaneState {
     std::deque<QueuedFind> finds;
     std::atomic<std::uint64_t> blocksDone = 0;

@@ -49,10 +49,11 @@ unsigned CostOf(const TypeInfo& type, const TypeCatalogue& catalogue) {
 }
 
 /// The dearest units first.
-std::vector<Unit> UnitsOf(std::span<const std::int32_t> rows, const TypeCatalogue& catalogue) {
+std::vector<Unit> UnitsOf(std::span<const LaneRow> rows, const TypeCatalogue& catalogue) {
   std::vector<Unit> units;
   std::map<std::string, std::size_t> unitOfGroup;
-  for (const std::int32_t row : rows) {
+  for (const auto& [row, isSilent] : rows) {
+    if (isSilent) continue;
     const TypeInfo& type = catalogue.at(static_cast<std::size_t>(row));
     const auto [known, isNew] = unitOfGroup.try_emplace(type.group, units.size());
     if (type.group.empty() || isNew) {
@@ -68,6 +69,12 @@ std::vector<Unit> UnitsOf(std::span<const std::int32_t> rows, const TypeCatalogu
 }  // namespace
 
 std::vector<Lane> DealRows(std::span<const std::int32_t> rows, const TypeCatalogue& catalogue, std::size_t laneCount) {
+  Lane whole;
+  for (const std::int32_t row : rows) whole.push_back({row, false});
+  return DealRows(std::span<const LaneRow>(whole), catalogue, laneCount);
+}
+
+std::vector<Lane> DealRows(std::span<const LaneRow> rows, const TypeCatalogue& catalogue, std::size_t laneCount) {
   const std::vector<Unit> units = UnitsOf(rows, catalogue);
   std::vector<Lane> lanes(std::clamp<std::size_t>(laneCount, 1, std::max<std::size_t>(1, units.size())));
   std::vector<unsigned> loads(lanes.size());
@@ -77,7 +84,7 @@ std::vector<Lane> DealRows(std::span<const std::int32_t> rows, const TypeCatalog
     for (const std::int32_t row : unit.rows) lanes[lane].push_back({row, false});
   }
   for (Lane& lane : lanes) {
-    for (const std::int32_t row : rows) {
+    for (const auto& [row, isSilent] : rows) {
       if (WritesIntoBlocks(row) && std::ranges::find(lane, row, &LaneRow::row) == lane.end())
         lane.push_back({row, true});
     }

@@ -30,6 +30,9 @@ using Lane = std::vector<LaneRow>;
 /// \return At most that many lanes, none without a row to report.
 std::vector<Lane> DealRows(std::span<const std::int32_t> rows, const TypeCatalogue& catalogue, std::size_t laneCount);
 
+/// Deals out the rows of a lane. Those that are silent in it stay so.
+std::vector<Lane> DealRows(std::span<const LaneRow> rows, const TypeCatalogue& catalogue, std::size_t laneCount);
+
 /// Whether the row's detector writes into the memory of blocks.
 bool WritesIntoBlocks(std::int32_t row);
 

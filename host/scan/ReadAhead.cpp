@@ -6,8 +6,13 @@
 namespace qzmtraw::host {
 
 ReadAhead::ReadAhead(Device& device, std::uint64_t pieceSectors, std::size_t pieceCount, std::size_t userCount,
-                     Failures& failures)
-    : device_(device), pieceSectors_(pieceSectors), userCount_(userCount), failures_(failures), slots_(pieceCount) {
+                     Failures& failures, std::uint64_t startSector)
+    : device_(device),
+      pieceSectors_(pieceSectors),
+      userCount_(userCount),
+      failures_(failures),
+      startSector_(startSector),
+      slots_(pieceCount) {
   thread_ = StartThread([this] {
     failures_.Guard([this] { ReadAll(); });
     const std::scoped_lock lock(mutex_);
@@ -43,7 +48,7 @@ bool ReadAhead::IsStopped() {
 void ReadAhead::ReadAll() {
   const SectorRange& range = device_.Range();
   const std::uint64_t end = range.first + range.count;
-  for (std::uint64_t sector = range.first; sector < end;) {
+  for (std::uint64_t sector = std::max(startSector_, range.first); sector < end;) {
     // Only this thread counts up, and nobody touches a slot without users.
     Slot& slot = SlotOf(readCount_);
     {

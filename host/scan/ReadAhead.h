@@ -20,7 +20,8 @@ struct Piece {
   std::vector<std::uint8_t> bytes;
 };
 
-/// Reads what a device shows from start to end, piece by piece, on a thread of its own, as far ahead of those who use
+/// Reads what a device shows from some sector to its end, piece by piece, on a thread of its own, as far ahead of those
+/// who use
 /// the pieces as there is memory for.
 class ReadAhead {
  public:
@@ -29,8 +30,9 @@ class ReadAhead {
   /// \param pieceCount    How many pieces are in memory at most, at least 1.
   /// \param userCount     How many threads Get and Release every piece.
   /// \param failures      Receives what goes wrong on the thread.
+  /// \param startSector   The first one of the first piece.
   ReadAhead(Device& device, std::uint64_t pieceSectors, std::size_t pieceCount, std::size_t userCount,
-            Failures& failures);
+            Failures& failures, std::uint64_t startSector = 0);
   ReadAhead(const ReadAhead&) = delete;
   ReadAhead& operator=(const ReadAhead&) = delete;
   /// All users must be gone.
@@ -61,6 +63,7 @@ class ReadAhead {
   std::uint64_t pieceSectors_;
   std::size_t userCount_;
   Failures& failures_;
+  std::uint64_t startSector_;
   std::mutex mutex_;
   std::condition_variable changed_;
   std::vector<Slot> slots_;

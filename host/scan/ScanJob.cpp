@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <new>
+#include <span>
 #include <thread>
 #include <utility>
 
@@ -59,7 +60,8 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
     : options_(options),
       console_(console),
       catalogue_(ReadTypeCatalogue(OpenRegistry())),
-      rows_(ChooseRows(catalogue_, options.types, console.err)),
+      chosenRows_(ChooseRows(catalogue_, options.types, console.err)),
+      rows_(RowsOfShard(chosenRows_, catalogue_, options.run.shard)),
       source_(OpenSource(options.source)),
       part_(ChoosePart(options.source, *source_)),
       device_(*source_, part_.sectorSize, std::move(part_.view)),
@@ -67,6 +69,9 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
       memory_(DivideMemory(options.run.memory, device_.SectorSize(), LaneCount(options))),
       outputs_(options.outputs, console.out) {
   if (options.finds.verify) verifier_ = std::make_unique<Verifier>(device_);
+  if (options.run.state.empty()) return;
+  saved_ = std::make_unique<SavedScan>(options.run, SettingsOf(device_, chosenRows_, options.run.shard), rows_, device_,
+                                       console.err);
 }
 
 void ScanJob::Begin() {
@@ -74,7 +79,7 @@ void ScanJob::Begin() {
   SourceInfo info{.path = options_.source.image,
                   .size = device_.Size(),
                   .sectorSize = device_.SectorSize(),
-                  .typeCount = rows_.size(),
+                  .typeCount = static_cast<std::size_t>(std::ranges::count(rows_, false, &LaneRow::isSilent)),
                   .started = std::chrono::system_clock::now(),
                   .run = ThisRun()};
   if (part_.isPart) info.part = SourceInfo::Part{device_.RangeBegin(), RangeSize(), device_.LeftOut().Count()};
@@ -92,7 +97,7 @@ void ScanJob::Scan(const FindTaker& take) {
 
   std::vector<DetectorPtr> owners;
   std::vector<DetectorLane> lanes;
-  for (const Lane& rows : DealRows(rows_, catalogue_, memory_.laneCount)) {
+  for (const Lane& rows : DealRows(std::span<const LaneRow>(rows_), catalogue_, memory_.laneCount)) {
     DetectorLane& lane = lanes.emplace_back();
     for (const LaneRow& each : rows) {
       owners.emplace_back(OpenRegistry().CreateType(each.row, nullptr, nullptr));
@@ -104,17 +109,34 @@ void ScanJob::Scan(const FindTaker& take) {
   const auto start = std::chrono::steady_clock::now();
   try {
     Progress progress(console_.progress, "scanning", RangeSize());
+    const ScanStart begin = saved_ ? saved_->Start() : ScanStart{device_.Range().first, device_.Range().first};
+    std::uint64_t findsBefore = 0;
+    const auto takeAny = [&](const ReportedFind& find) {
+      progress.CountFind(TypeOf(find).category);
+      take(find);
+    };
+    const auto takeKnown = [&](const ReportedFind& find) {
+      ++findsBefore;
+      takeAny(find);
+    };
+    const auto takeNew = [&](const ReportedFind& find) {
+      if (saved_) saved_->Add(find);
+      takeAny(find);
+    };
     const auto watch = [&](std::uint64_t sectorsDone, std::uint64_t findCount) {
-      summary_.bytesScanned = BytesOf(sectorsDone);
-      sectorsDone_ = sectorsDone;
-      progress.Update(summary_.bytesScanned, findCount);
+      summary_.bytesScanned = BytesBefore(std::max(sectorsDone, begin.newsFrom));
+      progress.Update(BytesBefore(sectorsDone), findsBefore + findCount);
+      if (saved_) saved_->SaveNowAndThen(sectorsDone);
+      sectorsDone_ = std::max(sectorsDone, begin.newsFrom);
       outputs_.Flush();
       NoteFailedOutputs();
       return !IsInterrupted() && GoesOn();
     };
-    const ScanOutcome outcome = RunScan(device_, lanes, memory_.scan, take, watch);
-    summary_.bytesScanned = BytesOf(outcome.sectorsDone);
-    sectorsDone_ = outcome.sectorsDone;
+    if (saved_) saved_->ReadFinds(takeKnown);
+    const ScanOutcome outcome = RunScan(device_, lanes, memory_.scan, takeNew, watch, begin);
+    if (saved_) saved_->Save(outcome.sectorsDone);
+    summary_.bytesScanned = BytesBefore(std::max(outcome.sectorsDone, begin.newsFrom));
+    sectorsDone_ = std::max(outcome.sectorsDone, begin.newsFrom);
     summary_.isInterrupted = outcome.isInterrupted && GoesOn();
     if (device_.IsLost()) SetLost();
   } catch (const Failure& failure) {
@@ -124,7 +146,7 @@ void ScanJob::Scan(const FindTaker& take) {
         "out of memory while scanning " + Quoted(options_.source.image) + ": use fewer threads, with --jobs";
   }
   const std::chrono::duration<double> span = std::chrono::steady_clock::now() - start;
-  summary_.seconds = span.count();
+  summary_.seconds = span.count() + (saved_ ? saved_->SecondsBefore() : 0);
 }
 
 std::size_t ScanJob::CopyThreadCount() const {
@@ -200,7 +222,8 @@ ExitCode ScanJob::Finish() {
   }
   if (summary_.isInterrupted) {
     TellOf("interrupted when " + std::to_string(summary_.bytesScanned) + " of " + std::to_string(RangeSize()) +
-           " bytes were scanned; the list holds what was found there");
+           " bytes were scanned; the list holds what was found there" +
+           (saved_ ? "; the same command goes on from there" : ""));
   }
   const bool hasMap = WriteMap();
   if (!summary_.error.empty()) console_.err << kProgramName << ": " << summary_.error << '\n';
@@ -209,6 +232,8 @@ ExitCode ScanJob::Finish() {
   }
   if (!hasMap || !summary_.error.empty() || !outputs_.Errors().empty()) return ExitCode::kFailed;
   if (summary_.isInterrupted) return ExitCode::kInterrupted;
+  // The list is whole, but what was asked for besides wasn't done.
+  if (saved_ && saved_->HasFailed()) return ExitCode::kFailed;
   return unreadable.Count() != 0 || skipped.Count() != 0 || hasChanged ? ExitCode::kUnreadable : ExitCode::kDone;
 }
 
@@ -229,8 +254,11 @@ void ScanJob::TellOf(const std::string& text) const {
   console_.err << kProgramName << ": " << Quoted(options_.source.image) << ": " << text << '\n';
 }
 
-std::uint64_t ScanJob::BytesOf(std::uint64_t sectors) const {
-  return std::min(sectors * device_.SectorSize(), RangeSize());
+/// How many bytes of the range stand before a sector.
+std::uint64_t ScanJob::BytesBefore(std::uint64_t sector) const {
+  const SectorRange& range = device_.Range();
+  if (sector <= range.first) return 0;
+  return sector >= range.first + range.count ? RangeSize() : (sector - range.first) * device_.SectorSize();
 }
 
 }  // namespace qzmtraw::host

@@ -18,7 +18,9 @@
 #include "host/outputs/OutputOptions.h"
 #include "host/outputs/Outputs.h"
 #include "host/outputs/Report.h"
+#include "host/scan/Lanes.h"
 #include "host/scan/RunOptions.h"
+#include "host/scan/SavedScan.h"
 #include "host/scan/ScanLoop.h"
 #include "host/sources/Device.h"
 #include "host/sources/RescueMap.h"
@@ -63,8 +65,8 @@ class ScanJob {
   [[nodiscard]] std::size_t CopyThreadCount() const;
   [[nodiscard]] const TypeInfo& TypeOf(const Find& find) const;
   [[nodiscard]] const TypeCatalogue& Catalogue() const { return catalogue_; }
-  /// Those that are looked for, in ascending order.
-  [[nodiscard]] const std::vector<std::int32_t>& Rows() const { return rows_; }
+  /// Those that were chosen, in ascending order.
+  [[nodiscard]] const std::vector<std::int32_t>& Rows() const { return chosenRows_; }
   [[nodiscard]] Device& ScannedDevice() { return device_; }
   [[nodiscard]] const Device& ScannedDevice() const { return device_; }
 
@@ -94,22 +96,27 @@ class ScanJob {
   [[nodiscard]] std::uint64_t RangeSize() const { return device_.RangeEnd() - device_.RangeBegin(); }
   void Verify(FindRecord& record);
   void NoteFailedOutputs();
-  [[nodiscard]] std::uint64_t BytesOf(std::uint64_t sectors) const;
+  [[nodiscard]] std::uint64_t BytesBefore(std::uint64_t sector) const;
 
   const ScanOptions& options_;
   Console console_;
   TypeCatalogue catalogue_;
-  std::vector<std::int32_t> rows_;
+  std::vector<std::int32_t> chosenRows_;
+  /// Those of the shard.
+  Lane rows_;
   std::unique_ptr<ISource> source_;
   SourcePart part_;
   Device device_;
   /// Null: none is wanted.
   std::unique_ptr<RescueMapFile> map_;
+  /// The sector before which all is done.
   std::uint64_t sectorsDone_ = 0;
   MemoryBudget memory_;
   Outputs outputs_;
   /// Only where finds are to be verified.
   std::unique_ptr<Verifier> verifier_;
+  /// Null: the scan isn't kept.
+  std::unique_ptr<SavedScan> saved_;
   Summary summary_;
   std::chrono::steady_clock::time_point lastFlush_;
 };

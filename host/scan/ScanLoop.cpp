@@ -42,11 +42,11 @@ void Prepare(const std::vector<DetectorLane>& lanes, Device& device) {
 /// The threads of a scan and what goes between them.
 class Scan {
  public:
-  Scan(Device& device, const std::vector<DetectorLane>& lanes, const ScanMemory& memory)
+  Scan(Device& device, const std::vector<DetectorLane>& lanes, const ScanMemory& memory, std::uint64_t startSector)
       : device_(device),
         hasSeveralLanes_(lanes.size() > 1),
         queue_(lanes.size(), memory.mostFinds),
-        pieces_(device, PieceSectors(device.SectorSize()), memory.pieceCount, lanes.size(), failures_) {
+        pieces_(device, PieceSectors(device.SectorSize()), memory.pieceCount, lanes.size(), failures_, startSector) {
     try {
       for (const DetectorLane& lane : lanes) Start(lane, threads_.size());
     } catch (...) {
@@ -134,8 +134,10 @@ class Scan {
   std::vector<std::jthread> threads_;
 };
 
-ScanOutcome Listen(Device& device, Scan& scan, const FindTaker& take, const ScanWatch& watch) {
+ScanOutcome Listen(Device& device, Scan& scan, const FindTaker& take, const ScanWatch& watch, const ScanStart& start) {
+  const auto sectorOf = [&start](std::uint64_t block) { return start.sector + block * kSectorsPerBlock; };
   ScanOutcome outcome;
+  outcome.sectorsDone = start.sector;
   std::uint64_t findCount = 0;
   bool isLast = false;
   while (true) {
@@ -145,9 +147,12 @@ ScanOutcome Listen(Device& device, Scan& scan, const FindTaker& take, const Scan
     }
     if (isLast) return outcome;
     const FindQueue::Batch batch = scan.Take();
-    for (const Find& find : batch.finds) take(find);
-    findCount += batch.finds.size();
-    outcome.sectorsDone = std::min(batch.blocksDone * kSectorsPerBlock, device.Range().count);
+    for (const FindQueue::QueuedFind& find : batch.finds) {
+      if (sectorOf(find.block) < start.newsFrom) continue;
+      take({find, sectorOf(find.block)});
+      ++findCount;
+    }
+    outcome.sectorsDone = std::min(sectorOf(batch.blocksDone), device.Range().first + device.Range().count);
     isLast = batch.isLast;
   }
 }
@@ -159,12 +164,17 @@ std::uint64_t PieceSectors(std::uint32_t sectorSize) {
 }
 
 ScanOutcome RunScan(Device& device, const std::vector<DetectorLane>& lanes, const ScanMemory& memory,
-                    const FindTaker& take, const ScanWatch& watch) {
+                    const FindTaker& take, const ScanWatch& watch, const ScanStart& start) {
   Prepare(lanes, device);
-  Scan scan(device, lanes, memory);
-  const ScanOutcome outcome = Listen(device, scan, take, watch);
+  Scan scan(device, lanes, memory, start.sector);
+  const ScanOutcome outcome = Listen(device, scan, take, watch, start);
   scan.Finish();
   return outcome;
+}
+
+ScanOutcome RunScan(Device& device, const std::vector<DetectorLane>& lanes, const ScanMemory& memory,
+                    const FindTaker& take, const ScanWatch& watch) {
+  return RunScan(device, lanes, memory, take, watch, {device.Range().first, device.Range().first});
 }
 
 }  // namespace qzmtraw::host

@@ -40,16 +40,26 @@ struct ScanMemory {
   std::size_t mostFinds = 0;
 };
 
-/// Receives the finds.
-using FindTaker = std::function<void(const Find& find)>;
+/// Receives the finds. Who doesn't ask where they were reported may take a Find.
+using FindTaker = std::function<void(const ReportedFind& find)>;
 
-/// Asked at least a few times a second with the number of sectors that are done and of files that were found so far.
-/// False: stop.
+/// Where a scan begins.
+struct ScanStart {
+  /// The first sector that detectors see.
+  std::uint64_t sector = 0;
+  /// The first sector of a block. What is reported in the blocks before it is known from an earlier scan; detectors see
+  /// them only to learn which files are open.
+  std::uint64_t newsFrom = 0;
+};
+
+/// Asked at least a few times a second with the number of the sector before which all are done, and of files that were
+/// found so far. False: stop. When the sector is a later one than at the last call, all that was found in the blocks
+/// before it was handed over, and nothing else.
 using ScanWatch = std::function<bool(std::uint64_t sectorsDone, std::uint64_t findCount)>;
 
 /// How a scan went.
 struct ScanOutcome {
-  /// All detectors have seen these, and what they found there was handed over.
+  /// The sector before which all detectors have seen everything, and what they found there was handed over.
   std::uint64_t sectorsDone = 0;
   /// The watch asked to stop before the end.
   bool isInterrupted = false;
@@ -58,7 +68,7 @@ struct ScanOutcome {
 /// Number of sectors of a piece.
 std::uint64_t PieceSectors(std::uint32_t sectorSize);
 
-/// Resets the detectors and shows them the device's range, block by block from its first sector on, every lane on a
+/// Resets the detectors and shows them the device's range from a start on to its end, block by block, every lane on a
 /// thread of its own, while another thread reads ahead. Ends early when the watch says so or when the device is lost,
 /// see Device::IsLost. \param lanes  At least one. With more than one, each has a detector for every row that writes
 /// into blocks, and none
@@ -66,6 +76,11 @@ std::uint64_t PieceSectors(std::uint32_t sectorSize);
 /// \param take   Gets the finds on the calling thread, in the order in which one lane reports them: by block, then by
 ///               row, then as the detector does.
 /// \param watch  Is called on the calling thread.
+/// \param start  Where to begin, instead of at the range's start. Not before it.
+ScanOutcome RunScan(Device& device, const std::vector<DetectorLane>& lanes, const ScanMemory& memory,
+                    const FindTaker& take, const ScanWatch& watch, const ScanStart& start);
+
+/// As above, from the range's start on.
 ScanOutcome RunScan(Device& device, const std::vector<DetectorLane>& lanes, const ScanMemory& memory,
                     const FindTaker& take, const ScanWatch& watch);
 

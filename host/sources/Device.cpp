@@ -147,9 +147,15 @@ void Device::AddUnreadable(const SectorRange& sectors) {
   try {
     const std::scoped_lock lock(mutex_);
     unreadable_.Add(sectors);
+    if (isWatched_ && sectors.count != 0) newUnreadable_.push_back(sectors);
   } catch (const Failure& failure) {
     SetLost(failure.what());
   }
+}
+
+std::vector<SectorRange> Device::TakeNewUnreadable() {
+  const std::scoped_lock lock(mutex_);
+  return std::exchange(newUnreadable_, {});
 }
 
 void Device::SetEnd(std::uint64_t sector) {

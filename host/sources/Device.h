@@ -8,6 +8,7 @@
 #include <mutex>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "host/sources/SectorSet.h"
 #include "host/sources/Source.h"
@@ -58,6 +59,16 @@ class Device {
   /// \return Whether all of these sectors exist and were read, or were left out.
   bool Read(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop = {});
 
+  /// States sectors that an earlier run could not read: they come as zeros without being tried. The range must not wrap
+  /// around. Without room to remember them the source counts as lost.
+  void AddUnreadable(const SectorRange& sectors);
+
+  /// From now on keeps those that turn out to be unreadable for TakeNewUnreadable.
+  void WatchUnreadable() { isWatched_ = true; }
+
+  /// What turned out to be unreadable since the last call. Ranges may overlap.
+  std::vector<SectorRange> TakeNewUnreadable();
+
   /// The sectors that could not be read so far. Not while other threads read.
   [[nodiscard]] const SectorSet& Unreadable() const { return unreadable_; }
   /// The sectors that nobody asked for, and those that are known not to be there. Not while other threads read.
@@ -88,7 +99,6 @@ class Device {
  private:
   std::uint64_t ReadSectors(std::uint64_t startSector, std::span<std::uint8_t> into);
   bool ReadInside(std::uint64_t startSector, std::span<std::uint8_t> into, const StopCheck& stop);
-  void AddUnreadable(const SectorRange& sectors);
   void SetEnd(std::uint64_t sector);
   void SetLost(const std::string& reason);
 
@@ -104,8 +114,10 @@ class Device {
   SectorSet leftOut_;
   SectorSet skipped_;
   SectorSet unreadable_;
+  std::vector<SectorRange> newUnreadable_;
   std::string loss_;
   std::atomic<bool> isLost_ = false;
+  std::atomic<bool> isWatched_ = false;
 };
 
 }  // namespace qzmtraw::host

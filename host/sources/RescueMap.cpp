@@ -117,14 +117,15 @@ void ReadRescueMap(std::istream& text, const std::string& path, const std::funct
 void WriteRescueMap(const Device& device, std::uint64_t sectorsDone,
                     const std::function<void(const std::string&)>& out) {
   const SectorRange& range = device.Range();
-  const std::uint64_t doneEnd = range.first + std::min(sectorsDone, range.count);
+  const std::uint64_t rangeEnd = range.first + range.count;
+  const std::uint64_t doneEnd = std::clamp(sectorsDone, range.first, rangeEnd);
   const auto offsetOf = [&](std::uint64_t sector) {
     return sector >= device.SectorCount() ? device.Size() : sector * device.SectorSize();
   };
   std::string text =
       "# Mapfile. Created by " + std::string(kProgramName) + " version " + Version() +
       "\n# + scanned, - could not be read, ? not scanned\n# current_pos  current_status  current_pass\n" +
-      HexText(offsetOf(doneEnd)) + "     " + (sectorsDone >= range.count ? '+' : '?') +
+      HexText(offsetOf(doneEnd)) + "     " + (doneEnd == rangeEnd ? '+' : '?') +
       "               1\n#      pos        size  status\n";
   std::uint64_t first = 0;
   char status = 0;

@@ -38,8 +38,6 @@ struct TypeInfo {
   TypeRule rule{};
   /// The size to which this scan clips, in bytes; 0: it clips to none. As in `rule`, unless the user wants another.
   std::uint64_t greatestSize = 0;
-  /// The name of its detector's class; empty where it isn't known.
-  std::string className{};
 };
 
 /// All kinds; a kind's place is its row.

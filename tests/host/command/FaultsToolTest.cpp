@@ -251,8 +251,9 @@ TEST_F(FaultsToolTest, ADriveThatGoesAwayWhileItIsCopiedLeavesWholeCopies) {
   EXPECT_EQ(FindSectors(), (std::vector<int>{128, 1000, 8000}));
   EXPECT_EQ(lines.back()["bytes"], 8 * kMiB) << "the scan was over";
   EXPECT_EQ(lines.back()["files_written"], 1);
-  EXPECT_TRUE(Has(result.err, "': reading at byte 2000000 failed: No such device: see whether the drive is still "
-                              "connected; the list holds what was found before\n"))
+  EXPECT_TRUE(Has(result.err,
+                  "': reading at byte 2000000 failed: No such device: see whether the drive is still "
+                  "connected; the list holds what was found before\n"))
       << result.err;
   EXPECT_EQ(Files(), (Names{"7z/000000000128-r144.7z"}));
   EXPECT_EQ(ReadFile(out + "/7z/000000000128-r144.7z"), SevenZip(1132));

@@ -19,7 +19,7 @@ TEST(UsageToolTest, TellsItsVersion) {
 
 TEST(UsageToolTest, HelpFitsAScreen) {
   for (const Arguments& arguments : {Arguments{"--help"}, Arguments{"scan", "--help"}, Arguments{"recover", "--help"},
-                                     Arguments{"types", "--help"}}) {
+                                     Arguments{"merge", "--help"}, Arguments{"types", "--help"}}) {
     const ToolResult result = RunTool(arguments);
     EXPECT_EQ(result.exitCode, 0);
     EXPECT_LE(std::ranges::count(result.out, '\n'), 40) << result.out;

@@ -34,7 +34,7 @@ TEST_F(CsvReportTest, TheFirstLineNamesTheColumns) {
 }
 
 TEST_F(CsvReportTest, AFindHasItsFacts) {
-  ace.className = "CKAAceFileType";
+  ace.facts.className = "CKAAceFileType";
   EXPECT_EQ(LineFor({{1, 9, 157}, &ace, {512, 5, false, true}}),
             "157,CKAAceFileType,ace,archives,ACE Archive \xC2\xA8,1,512,9,false,,,true,start-only,,,not-looked,,,,,,"
             "false\r\n");

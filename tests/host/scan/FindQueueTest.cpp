@@ -12,6 +12,8 @@ constexpr std::chrono::milliseconds kPatience{20};
 
 class FindQueueTest : public ::testing::Test {
  protected:
+  static std::vector<Find> FindsOf(const FindQueue::Batch& batch) { return {batch.finds.begin(), batch.finds.end()}; }
+
   static void End(FindQueue& queue, std::size_t lane, std::uint64_t block, std::vector<Find> finds) {
     EXPECT_TRUE(queue.Begin(block));
     queue.End(lane, block, finds);
@@ -27,7 +29,9 @@ TEST_F(FindQueueTest, OrdersByBlockThenRowThenReport) {
   End(queue, 0, 1, {{2, 0, 5}});
   const FindQueue::Batch batch = queue.Take(kPatience);
   const std::vector<Find> expected = {{8, 0, 1}, {9, 0, 2}, {5, 0, 2}, {3, 0, 5}, {7, 0, 8}, {1, 0, 2}, {2, 0, 5}};
-  EXPECT_EQ(batch.finds, expected);
+  EXPECT_EQ(FindsOf(batch), expected);
+  EXPECT_EQ(batch.finds[4].block, 0U);
+  EXPECT_EQ(batch.finds[5].block, 1U);
   EXPECT_EQ(batch.blocksDone, 2U);
   EXPECT_FALSE(batch.isLast);
 }
@@ -39,7 +43,7 @@ TEST_F(FindQueueTest, WhatNotAllLanesHaveDoneWaits) {
   EXPECT_TRUE(queue.Take(kPatience).finds.empty());
   End(queue, 1, 0, {});
   const FindQueue::Batch batch = queue.Take(kPatience);
-  EXPECT_EQ(batch.finds, (std::vector<Find>{{1, 0, 1}}));
+  EXPECT_EQ(FindsOf(batch), (std::vector<Find>{{1, 0, 1}}));
   EXPECT_EQ(batch.blocksDone, 1U);
   queue.Leave();
   queue.Leave();

@@ -32,11 +32,11 @@ TEST(ProgressTest, TheRateForgetsASlowStart) {
   std::ostringstream terminal;
   Progress progress(&terminal, "scanning", 1000 * kMiB);
   for (int second = 0; second <= 100; ++second) progress.Update(0, 0, At(second * 1000));
-  for (int second = 1; second <= 10; ++second) {
+  for (int second = 1; second <= 30; ++second) {
     terminal.str("");
-    progress.Update(static_cast<std::uint64_t>(second) * 50 * kMiB, 0, At(100000 + second * 1000));
+    progress.Update(static_cast<std::uint64_t>(second) * 20 * kMiB, 0, At(100000 + second * 1000));
   }
-  EXPECT_NE(terminal.str().find(", 50.0 MiB/s, 10.0 s left,"), std::string::npos) << terminal.str();
+  EXPECT_NE(terminal.str().find(", 20.0 MiB/s, 20.0 s left,"), std::string::npos) << terminal.str();
 }
 
 TEST(ProgressTest, StandstillHasNoTimeLeft) {
@@ -45,6 +45,75 @@ TEST(ProgressTest, StandstillHasNoTimeLeft) {
   progress.Update(0, 0, At(0));
   progress.Update(0, 0, At(1000));
   EXPECT_NE(terminal.str().find("0 B/s, 0 found"), std::string::npos) << terminal.str();
+}
+
+TEST(ProgressTest, CategoriesAreCutToTheWidth) {
+  const auto lineOf = [](std::size_t width) {
+    std::ostringstream terminal;
+    ProgressStream stream(terminal, ProgressStream::Style::kRedrawn, [width] { return width; });
+    Progress progress(&stream, "scanning", 100 * kMiB);
+    for (const std::int32_t category : {1, 3, 3, 5, 3, 5}) progress.CountFind(category);
+    progress.Update(0, 0, At(0));
+    progress.Update(25 * kMiB, 6, At(1000));
+    return terminal.str().substr(4);
+  };
+  const std::string head = "scanning 25%, 25.0 MiB of 100.0 MiB, 25.0 MiB/s, 3.0 s left, 6 found";
+  const std::string all = head + ": graphics 3, internet and mail 2, documents 1";
+  ASSERT_EQ(head.size(), 68U);
+  EXPECT_EQ(lineOf(200), all);
+  EXPECT_EQ(lineOf(all.size() + 1), all);
+  EXPECT_EQ(lineOf(all.size()), head + ": graphics 3, internet and mail 2 \xE2\x80\xA6");
+  EXPECT_EQ(lineOf(83), head + ": graphics 3 \xE2\x80\xA6");
+  EXPECT_EQ(lineOf(82), head + " \xE2\x80\xA6");
+  EXPECT_EQ(lineOf(71), head + " \xE2\x80\xA6");
+  EXPECT_EQ(lineOf(70), head);
+  EXPECT_EQ(lineOf(40), head.substr(0, 39));
+}
+
+TEST(ProgressTest, ProgramsGetObjectsAtMostTwiceASecondAndALastOne) {
+  std::ostringstream out;
+  {
+    ProgressStream stream(out, ProgressStream::Style::kJson, [] { return std::size_t{80}; });
+    Progress progress(&stream, "scanning", 1000);
+    progress.Update(0, 0, At(0));
+    progress.CountFind(3);
+    progress.CountFind(-1);
+    for (int i = 1; i <= 1100; ++i) progress.Update(static_cast<std::uint64_t>(i / 2), 2, At(i));
+    progress.Update(1000, 3, At(1101));
+  }
+  EXPECT_EQ(out.str(), R"({"type":"progress","phase":"scanning","bytes":0,"total":1000,"bytes_per_second":0,)"
+                       R"("seconds_left":null,"finds":0,"finds_by_category":{}})"
+                       "\n"
+                       R"({"type":"progress","phase":"scanning","bytes":250,"total":1000,"bytes_per_second":500,)"
+                       R"("seconds_left":1,"finds":2,"finds_by_category":{"other":1,"graphics":1}})"
+                       "\n"
+                       R"({"type":"progress","phase":"scanning","bytes":500,"total":1000,"bytes_per_second":500,)"
+                       R"("seconds_left":1,"finds":2,"finds_by_category":{"other":1,"graphics":1}})"
+                       "\n"
+                       R"({"type":"progress","phase":"scanning","bytes":1000,"total":1000,"bytes_per_second":908,)"
+                       R"("seconds_left":0,"finds":3,"finds_by_category":{"other":1,"graphics":1}})"
+                       "\n");
+}
+
+TEST(ProgressTest, WithoutATerminalThereIsANewLineNowAndThen) {
+  std::ostringstream out;
+  {
+    const auto stream = OpenProgress(ProgressMode::kLine, out, false);
+    Progress progress(stream.get(), "copying", 100);
+    for (int second = 0; second <= 25; ++second)
+      progress.Update(static_cast<std::uint64_t>(second), 1, At(second * 1000));
+  }
+  EXPECT_EQ(out.str(),
+            "copying 10%, 10 B of 100 B, 1 B/s, 1:30 left, 1 found\n"
+            "copying 20%, 20 B of 100 B, 1 B/s, 1:20 left, 1 found\n");
+}
+
+TEST(ProgressTest, WhoIsNotWatchedSaysNothingUnlessAsked) {
+  const std::ostringstream out;
+  EXPECT_EQ(OpenProgress(ProgressMode::kAuto, out, false), nullptr);
+  EXPECT_EQ(OpenProgress(ProgressMode::kNone, out, true), nullptr);
+  EXPECT_NE(OpenProgress(ProgressMode::kAuto, out, true), nullptr);
+  EXPECT_NE(OpenProgress(ProgressMode::kJson, out, false), nullptr);
 }
 
 TEST(ProgressTest, ErasesItsLine) {

@@ -218,6 +218,51 @@ TEST_F(ScanLoopTest, TheWatchLearnsHowManyWereFound) {
   EXPECT_EQ(most, 2U);
 }
 
+TEST_F(ScanLoopTest, FindsTellInWhichBlockTheyWereReported) {
+  Bytes content = Sectors(200);
+  for (const std::size_t sector : {10U, 64U, 199U}) Mark(content, sector, 'a');
+  FakeSource source(content);
+  Device device(source, 16);
+  std::vector<std::uint64_t> blocks;
+  const auto take = [&](const ReportedFind& find) { blocks.push_back(find.blockSector); };
+  RunScan(device, {{{3, &a}}}, {2, 3}, take, [](auto, auto) { return true; });
+  EXPECT_EQ(blocks, (std::vector<std::uint64_t>{0, 64, 192}));
+}
+
+TEST_F(ScanLoopTest, AScanThatBeginsLaterTellsOnlyWhatIsNew) {
+  Bytes content = Sectors(300);
+  for (const std::size_t sector : {10U, 127U, 128U, 191U, 192U, 299U}) Mark(content, sector, 'a');
+  FakeSource source(content);
+  Device device(source, 16);
+  std::vector<std::uint64_t> progress;
+  std::uint64_t count = 0;
+  const auto take = [&](const ReportedFind& find) {
+    finds.push_back(find);
+    EXPECT_EQ(find.blockSector, find.startSector / 64 * 64);
+  };
+  const auto watch = [&](std::uint64_t sectorsDone, std::uint64_t findCount) {
+    progress.push_back(sectorsDone);
+    count = findCount;
+    return true;
+  };
+  const ScanOutcome outcome = RunScan(device, {{{3, &a}}}, {2, 3}, take, watch, {64, 192});
+  EXPECT_EQ(finds, (std::vector<Find>{{192, 0, 3}, {299, 0, 3}}));
+  EXPECT_EQ(count, 2U);
+  EXPECT_EQ(outcome.sectorsDone, 300U);
+  EXPECT_EQ(progress.front(), 64U);
+  EXPECT_EQ(calls[2], (Call{'a', 'S', 64, 64}));
+}
+
+TEST_F(ScanLoopTest, AScanThatBeginsAtTheEndIsOver) {
+  FakeSource source(Sectors(300));
+  Device device(source, 16);
+  const auto take = [](const Find&) {};
+  const ScanOutcome outcome = RunScan(device, {{{3, &a}}}, {2, 3}, take, [](auto, auto) { return true; }, {300, 300});
+  EXPECT_EQ(outcome.sectorsDone, 300U);
+  EXPECT_EQ(calls.size(), 2U) << "reset and prepared";
+  EXPECT_EQ(source.readCount, 0);
+}
+
 TEST_F(ScanLoopTest, UnreadableSectorsDoNotStopIt) {
   Bytes content = Sectors(100);
   Mark(content, 10, 'a');

@@ -6,6 +6,7 @@
 //   QZMTRAW_FAULT_LATER          reading fails only when so many bytes have been written to files
 //   QZMTRAW_FAULT_RESIZE         AT-TO: the first read that reaches AT gives the file the size TO
 //   QZMTRAW_FAULT_REPEAT         the file reads as if its first so many bytes stood there again and again
+//   QZMTRAW_FAULT_DELAY          a long read of the file takes so many milliseconds more
 //   QZMTRAW_FAULT_ERROR          the error of reading that fails; EIO unless stated
 //   QZMTRAW_FAULT_ROOM           all files together take so many bytes, then the disk is full
 //   QZMTRAW_FAULT_SIGNAL         signal that the process gets once, when …
@@ -25,6 +26,9 @@
 #include <limits>
 
 namespace {
+
+/// Such as those of a whole piece.
+constexpr size_t kLongRead = size_t{1} << 18U;
 
 constexpr off_t kNowhere = std::numeric_limits<off_t>::max();
 
@@ -103,12 +107,14 @@ ssize_t Read(int file, void* buffer, size_t size, off_t offset) {
   static const Span kResize = SpanOf("QZMTRAW_FAULT_RESIZE");
   static const off_t kLater = NumberOf("QZMTRAW_FAULT_LATER");
   static const off_t kRepeat = NumberOf("QZMTRAW_FAULT_REPEAT");
+  static const off_t kDelay = NumberOf("QZMTRAW_FAULT_DELAY");
   static const off_t kError = NumberOf("QZMTRAW_FAULT_ERROR");
   static const off_t kSignalAt = NumberOf("QZMTRAW_FAULT_SIGNAL_READ");
   static std::atomic<bool> isResized = false;
   if (!IsTheFile(file)) return kRealPread(file, buffer, size, offset);
   const off_t end = offset + static_cast<off_t>(size);
   if (end > kSignalAt) SignalOnce();
+  if (kDelay != kNowhere && size >= kLongRead) ::usleep(static_cast<useconds_t>(kDelay * 1000));
   if (end > kResize.from && !isResized.exchange(true)) {
     if (::truncate(std::getenv("QZMTRAW_FAULT_FILE"), kResize.to) != 0) return -1;
   }
