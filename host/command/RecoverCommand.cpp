@@ -9,6 +9,7 @@
 #include "host/base/Text.h"
 #include "host/finds/FindStore.h"
 #include "host/recovery/OutputDirectory.h"
+#include "host/scan/GiveUpRights.h"
 #include "host/scan/Progress.h"
 
 namespace qzmtraw::host {
@@ -119,6 +120,7 @@ std::string RecoveredName(const Find& find, const std::string& extension, std::s
 ExitCode RunRecoverCommand(const ScanOptions& options, const RecoveryOptions& recoveryOptions, const Console& console) {
   ScanJob job(options, console);
   OutputDirectory output(recoveryOptions.directory);
+  GiveUpRights(options, {.writableFolders = {recoveryOptions.directory}}, console);
   FindStore finds(job.StoreMemory());
   job.Scan([&](const Find& find) { finds.Add(find); });
   finds.Sort();

@@ -10,6 +10,7 @@ void AddRunOptions(CLI::App& command, RunOptions& options) {
       ->transform(CLI::AsSizeValue(false).description(""))
       ->check(CLI::Range(kLeastMemory, kGreatestMemory).description(""))
       ->type_name("SIZE");
+  command.add_flag("--no-sandbox", options.keepsRights, "Keep all rights of the user while scanning");
 }
 
 }  // namespace qzmtraw::host

@@ -3,11 +3,13 @@
 #include <optional>
 
 #include "host/finds/FindStore.h"
+#include "host/scan/GiveUpRights.h"
 
 namespace qzmtraw::host {
 
 ExitCode RunScanCommand(const ScanOptions& options, const Console& console) {
   ScanJob job(options, console);
+  GiveUpRights(options, {}, console);
   const auto list = [&job](const PlannedFind& planned) {
     job.Add({planned.find, &job.TypeOf(planned.find), planned.plan});
   };

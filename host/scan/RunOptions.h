@@ -16,6 +16,8 @@ struct RunOptions {
   std::optional<std::uint32_t> jobs{};
   /// In bytes, from kLeastMemory to kGreatestMemory.
   std::uint64_t memory = kDefaultMemory;
+  /// Run without a sandbox.
+  bool keepsRights = false;
 };
 
 }  // namespace qzmtraw::host
