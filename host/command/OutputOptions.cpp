@@ -6,6 +6,7 @@
 namespace qzmtraw::host {
 
 void AddOutputOptions(CLI::App& command, OutputOptions& options) {
+  command.option_defaults()->group("Outputs");
   const std::map<std::string, OutputFormat> formats = {{"table", OutputFormat::kTable},
                                                        {"jsonl", OutputFormat::kJsonLines}};
   command

@@ -3,6 +3,7 @@
 namespace qzmtraw::host {
 
 void AddRunOptions(CLI::App& command, RunOptions& options) {
+  command.option_defaults()->group("Run");
   command.add_option("--jobs", options.jobs, "Threads that scan, 1 to 256; as many as there are cores")
       ->check(CLI::Range(1U, kMaxJobs).description(""))
       ->type_name("N");

