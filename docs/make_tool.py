@@ -81,7 +81,8 @@ def renewed(document, tool, folder):
     def block(match):
         may_be_unknown, command, language, _ = match.groups()
         text, code = run(command, tool, folder)
-        if may_be_unknown and code == 2 and ("not expected" in text or "subcommand is required" in text):
+        is_unknown = not text or "not expected" in text or "subcommand is required" in text
+        if may_be_unknown and code == 2 and is_unknown:
             return match.group(0)
         return f"<!-- run{may_be_unknown or ''}: {command} -->\n```{language}\n$ {command}\n{text}```\n"
 
