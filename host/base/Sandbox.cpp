@@ -79,16 +79,17 @@ std::string EnterSandbox(const SandboxRules& rules) {
   if (::prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return ErrorText(errno);
   const long version = ::syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
   if (version < 1) return errno == ENOSYS || errno == EOPNOTSUPP ? "the kernel has no Landlock" : ErrorText(errno);
-#ifdef QZMTRAW_HAS_ASAN
-  // It looks at the process once more when that ends.
-  __sanitizer_sandbox_on_notify(nullptr);
-#endif
   const std::uint64_t known = KnownRights(version);
   const Ruleset all{.files = known, .network = kBindAndConnectTcp, .scopes = kScopeSocketsAndSignals};
   const FileDescriptor ruleset(static_cast<int>(::syscall(SYS_landlock_create_ruleset, &all, KnownSize(version), 0)));
   if (!ruleset.IsOpen()) return ErrorText(errno);
   for (const std::string& folder : rules.writableFolders) Allow(ruleset, folder, kWriteFiles & known);
   for (const std::string& path : rules.readablePaths) Allow(ruleset, path, kReadFiles);
+#ifdef QZMTRAW_HAS_ASAN
+  // It looks at the process and its threads once more when that ends.
+  __sanitizer_sandbox_on_notify(nullptr);
+  Allow(ruleset, "/proc/self", kReadFiles);
+#endif
   if (::syscall(SYS_landlock_restrict_self, ruleset.Get(), 0) != 0) return ErrorText(errno);
   return {};
 }
