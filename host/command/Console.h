@@ -13,6 +13,8 @@ struct Console {
   std::ostream& err;
   /// Where progress is drawn; null when nobody watches.
   std::ostream* progress = nullptr;
+  /// Whether the process is there for the tool alone, which then may give up rights for good.
+  bool isOwnProcess = false;
 };
 
 }  // namespace qzmtraw::host

@@ -11,6 +11,7 @@ namespace {
 using Formats = std::map<std::string, OutputFormat>;
 
 void AddFormat(CLI::App& command, OutputOptions& options, const Formats& formats, const std::string& description) {
+  command.option_defaults()->group("Outputs");
   command
       .add_option_function<std::string>(
           "--format", [&options, formats](const std::string& name) { options.format = formats.at(name); }, description)

@@ -10,6 +10,7 @@
 #include "host/outputs/FindList.h"
 #include "host/recovery/OutputDirectory.h"
 #include "host/recovery/Recovery.h"
+#include "host/scan/GiveUpRights.h"
 
 namespace qzmtraw::host {
 namespace {
@@ -49,6 +50,7 @@ ExitCode RunRecoverCommand(const ScanOptions& options, const RecoveryOptions& re
   ScanJob job(options, console);
   const auto list = recoveryOptions.list.empty() ? nullptr : OpenList(job, recoveryOptions.list);
   OutputDirectory output(recoveryOptions.directory, ManifestHeadFor(job, recoveryOptions));
+  GiveUpRights(options, {.writableFolders = {recoveryOptions.directory}}, console);
   FindStore finds(job.StoreMemory());
   if (list != nullptr) {
     TakeList(job, *list, finds);

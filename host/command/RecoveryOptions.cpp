@@ -3,6 +3,7 @@
 namespace qzmtraw::host {
 
 void AddRecoveryOptions(CLI::App& command, RecoveryOptions& options) {
+  command.option_defaults()->group("Recovery");
   command.add_option("--out", options.directory, "Where the copies go; new, empty, or of a broken-off run")
       ->required()
       ->type_name("DIR");

@@ -16,6 +16,7 @@ void AddMemoryOption(CLI::App& command, std::uint64_t& memory) {
 }  // namespace
 
 void AddRunOptions(CLI::App& command, RunOptions& options) {
+  command.option_defaults()->group("Run");
   command.add_option("--jobs", options.jobs, "Threads that scan, 1 to 256; as many as there are cores")
       ->check(CLI::Range(1U, kMaxJobs).description(""))
       ->type_name("N");
@@ -43,6 +44,7 @@ void AddRunOptions(CLI::App& command, RunOptions& options) {
       ->transform(CLI::AsSizeValue(false).description(""))
       ->option_text("SIZE")
       ->needs(state);
+  command.add_flag("--no-sandbox", options.keepsRights, "Keep all rights of the user while scanning");
   // For tests, which can't wait.
   command
       .add_option_function<unsigned>(
@@ -51,12 +53,14 @@ void AddRunOptions(CLI::App& command, RunOptions& options) {
 }
 
 void AddMergeOptions(CLI::App& command, MergeOptions& options) {
+  command.option_defaults()->group("Source");
   command.add_option("LIST", options.lists, "Lists of one source, as scan --format jsonl writes them")
       ->required()
       ->type_name("")
       ->option_text(" ");
   AddFindOptions(command, options.finds);
   AddOutputOptions(command, options.outputs);
+  command.option_defaults()->group("Run");
   AddMemoryOption(command, options.memory);
 }
 

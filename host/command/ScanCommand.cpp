@@ -2,11 +2,13 @@
 
 #include "host/finds/FindStore.h"
 #include "host/finds/JudgedFinds.h"
+#include "host/scan/GiveUpRights.h"
 
 namespace qzmtraw::host {
 
 ExitCode RunScanCommand(const ScanOptions& options, const Console& console) {
   ScanJob job(options, console);
+  GiveUpRights(options, {}, console);
   const FindJudge judge = job.Judge();
   if (options.finds.all && options.outputs.format == OutputFormat::kJsonLines) {
     // Programs may want finds as they come; judging takes all of them, and people want them by place.

@@ -3,6 +3,7 @@
 namespace qzmtraw::host {
 
 void AddTypeOptions(CLI::App& command, TypeOptions& options) {
+  command.option_defaults()->group("Types");
   command.add_option("--types", options.types, "Only these types, by extension, row or class: doc,jpg,157")
       ->type_name("LIST");
   command.add_option("--category", options.categories, "Only these categories, and types: documents,graph")

@@ -34,7 +34,7 @@ int main(int argc, char** argv) {
   qzmtraw::host::CatchSignals();
   try {
     qzmtraw::host::OutputStream out(STDOUT_FILENO);
-    const qzmtraw::host::Console console{out, std::cerr, IsWatched() ? &std::cerr : nullptr};
+    const qzmtraw::host::Console console{out, std::cerr, IsWatched() ? &std::cerr : nullptr, true};
     return static_cast<int>(qzmtraw::host::RunCommandLine(argc, argv, console));
   } catch (const std::bad_alloc&) {
     std::cerr << qzmtraw::host::kProgramName << ": out of memory\n";

@@ -32,6 +32,8 @@ struct RunOptions {
   std::uint64_t rewind = kDefaultRewind;
   /// How often the state is saved at most.
   std::chrono::milliseconds saveInterval{2000};
+  /// Run without a sandbox.
+  bool keepsRights = false;
 };
 
 }  // namespace qzmtraw::host

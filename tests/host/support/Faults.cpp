@@ -12,18 +12,26 @@
 //   QZMTRAW_FAULT_SIGNAL         signal that the process gets once, when …
 //   QZMTRAW_FAULT_SIGNAL_READ    … the file is read at this place, or
 //   QZMTRAW_FAULT_SIGNAL_WRITE   … so many bytes have been written to files
+//   QZMTRAW_FAULT_NO_LANDLOCK    1: the kernel has no Landlock
+//   QZMTRAW_FAULT_PROBE          a file that is opened for reading, and one beside it that is made, when …
+//   QZMTRAW_FAULT_PROBE_READ     … the file is read at this place; a line on standard error tells what came of it
 
 #include <dlfcn.h>
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
+#include <string>
 
 namespace {
 
@@ -78,6 +86,14 @@ void SignalOnce() {
 
 /// By all writes to files.
 std::atomic<off_t> written = 0;
+void ProbeOnce() {
+  static std::atomic<bool> isDone = false;
+  if (isDone.exchange(true)) return;
+  const std::string path = std::getenv("QZMTRAW_FAULT_PROBE");
+  const int old = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fresh = ::open((path + ".new").c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600);
+  std::fprintf(stderr, "probe: %s, %s\n", old < 0 ? "not opened" : "opened", fresh < 0 ? "not made" : "made");
+}
 
 template <class Function>
 Function* Real(const char* name) {
@@ -110,11 +126,13 @@ ssize_t Read(int file, void* buffer, size_t size, off_t offset) {
   static const off_t kDelay = NumberOf("QZMTRAW_FAULT_DELAY");
   static const off_t kError = NumberOf("QZMTRAW_FAULT_ERROR");
   static const off_t kSignalAt = NumberOf("QZMTRAW_FAULT_SIGNAL_READ");
+  static const off_t kProbeAt = NumberOf("QZMTRAW_FAULT_PROBE_READ");
   static std::atomic<bool> isResized = false;
   if (!IsTheFile(file)) return kRealPread(file, buffer, size, offset);
   const off_t end = offset + static_cast<off_t>(size);
   if (end > kSignalAt) SignalOnce();
   if (kDelay != kNowhere && size >= kLongRead) ::usleep(static_cast<useconds_t>(kDelay * 1000));
+  if (end > kProbeAt) ProbeOnce();
   if (end > kResize.from && !isResized.exchange(true)) {
     if (::truncate(std::getenv("QZMTRAW_FAULT_FILE"), kResize.to) != 0) return -1;
   }
@@ -179,6 +197,21 @@ __attribute__((visibility("default"))) ssize_t write(int file, const void* buffe
   static const auto kRealWrite = Real<ssize_t(int, const void*, size_t)>("write");
   const size_t room = Room(file, size);
   return room == 0 && size != 0 ? Full() : kRealWrite(file, buffer, room);
+}
+
+__attribute__((visibility("default"))) long syscall(long number, ...) {
+  static const auto kRealSyscall = Real<long(long, ...)>("syscall");
+  static const bool kHasNoLandlock = NumberOf("QZMTRAW_FAULT_NO_LANDLOCK") == 1;
+  if (number == SYS_landlock_create_ruleset && kHasNoLandlock) {
+    errno = ENOSYS;
+    return -1;
+  }
+  std::va_list list;
+  va_start(list, number);
+  long arguments[6];
+  for (long& argument : arguments) argument = va_arg(list, long);
+  va_end(list);
+  return kRealSyscall(number, arguments[0], arguments[1], arguments[2], arguments[3], arguments[4], arguments[5]);
 }
 
 }  // extern "C"

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdlib>
 #include <sstream>
 
 #include "tests/host/support/Workspace.h"
@@ -31,6 +32,9 @@ namespace {
   }
   std::vector<std::string> texts = {QZMTRAW_TOOL};
   texts.insert(texts.end(), arguments.begin(), arguments.end());
+  // What counts the lines that run writes its file when everything is over.
+  const bool isScan = !arguments.empty() && (arguments[0] == "scan" || arguments[0] == "recover");
+  if (isScan && std::getenv("LLVM_PROFILE_FILE") != nullptr) texts.emplace_back("--no-sandbox");
   std::vector<char*> pointers;
   pointers.reserve(texts.size() + 1);
   for (std::string& text : texts) pointers.push_back(text.data());
@@ -80,6 +84,11 @@ ToolResult RunTool(const std::vector<std::string>& arguments, const ToolSetup& s
   ::close(err);
   const Bytes messages = ReadFile(errorPath);
   result.err.assign(messages.begin(), messages.end());
+  // On a machine whose kernel has none this stands in front of all else that is told.
+  const std::size_t notice = result.err.find("qzmtraw: running without a sandbox: ");
+  if (notice != std::string::npos && !setup.faults.contains("NO_LANDLOCK")) {
+    result.err.erase(notice, result.err.find('\n', notice) - notice + 1);
+  }
   return result;
 }
 
