@@ -5,34 +5,26 @@
 
 #include "host/finds/CarvePlan.h"
 #include "host/finds/FindStore.h"
+#include "host/outputs/Report.h"
 #include "host/sources/Device.h"
 
 namespace qzmtraw::host {
-
-/// A find, what to take for it, and whether to take it.
-struct FindToCopy {
-  Find find;
-  CarvePlan plan;
-  /// The find that this one lies wholly inside of.
-  std::optional<Find> embeddedIn{};
-  /// Its detector doesn't tell the size, but a walk through the file does.
-  bool isWalked = false;
-};
 
 /// Goes through the finds in the order of ComesBefore. The ends of files whose detectors don't tell them are looked for
 /// on the device where their formats allow it.
 class FindsToCopy {
  public:
-  /// \param finds    Sorted; lives as long as this, as does the device.
-  FindsToCopy(const FindStore& finds, const CarvePlanner& planner, Device& device)
-      : planner_(planner), finds_(finds, planner), device_(device) {}
+  /// \param finds  Sorted; lives as long as this, as do the catalogue and the device.
+  FindsToCopy(const FindStore& finds, const CarvePlanner& planner, const TypeCatalogue& catalogue, Device& device)
+      : planner_(planner), finds_(finds, planner), catalogue_(catalogue), device_(device) {}
 
   /// The next one, or none behind the last.
-  std::optional<FindToCopy> Next();
+  std::optional<FindRecord> Next();
 
  private:
   CarvePlanner planner_;
   PlannedFinds finds_;
+  const TypeCatalogue& catalogue_;
   Device& device_;
 };
 

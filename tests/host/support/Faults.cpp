@@ -7,12 +7,14 @@
 //   QZMTRAW_FAULT_REPEAT         the file reads as if its first so many bytes stood there again and again
 //   QZMTRAW_FAULT_ERROR          the error of reading that fails; EIO unless stated
 //   QZMTRAW_FAULT_ROOM           all files together take so many bytes, then the disk is full
+//   QZMTRAW_FAULT_FREE           all file systems say that so many bytes are free
 //   QZMTRAW_FAULT_SIGNAL         signal that the process gets once, when …
 //   QZMTRAW_FAULT_SIGNAL_READ    … the file is read at this place, or
 //   QZMTRAW_FAULT_SIGNAL_WRITE   … so many bytes have been written to files
 
 #include <dlfcn.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -169,6 +171,18 @@ __attribute__((visibility("default"))) ssize_t write(int file, const void* buffe
   static const auto kRealWrite = Real<ssize_t(int, const void*, size_t)>("write");
   const size_t room = Room(file, size);
   return room == 0 && size != 0 ? Full() : kRealWrite(file, buffer, room);
+}
+
+__attribute__((visibility("default"))) int fstatvfs(int file, struct statvfs* status) {
+  static const auto kRealFstatvfs = Real<int(int, struct statvfs*)>("fstatvfs");
+  static const off_t kFree = NumberOf("QZMTRAW_FAULT_FREE");
+  const int result = kRealFstatvfs(file, status);
+  if (kFree != kNowhere) status->f_bavail = static_cast<fsblkcnt_t>(kFree) / status->f_frsize;
+  return result;
+}
+
+__attribute__((visibility("default"))) int fstatvfs64(int file, struct statvfs64* status) {
+  return fstatvfs(file, reinterpret_cast<struct statvfs*>(status));
 }
 
 }  // extern "C"
