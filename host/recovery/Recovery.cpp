@@ -107,6 +107,8 @@ void Recovery::Prepare() {
 
 std::unique_ptr<Recovery::Step> Recovery::Begin(const FindRecord& record) {
   auto step = std::make_unique<Step>(Step{.record = record, .name = namer_.NameFor(record.find, *record.type)});
+  // Where a file ends may not have been found out then.
+  if (IsInterrupted()) job_.SetInterrupted();
   if (!IsToCopy(record) || !job_.GoesOn() || isBroken_) return step;
   try {
     if (doneLeft_ > 0) {

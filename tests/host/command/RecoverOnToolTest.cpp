@@ -227,7 +227,9 @@ TEST_F(RecoverOnToolTest, UnreadableBytesAreCountedForEachCopy) {
 
 TEST_F(RecoverOnToolTest, NamesAndEndsComeFromTheFiles) {
   Bytes picture = DatedJpeg();
-  picture.insert(picture.end() - 2, 40000, 'p');
+  Bytes pixels = {0xFF, 0xDA, 0, 8};
+  pixels.resize(40000, 'p');
+  picture.insert(picture.end() - 2, pixels.begin(), pixels.end());
   Bytes archive = BytesOf("!<arch>\nfile            0           0     0     644     3001      `\n");
   archive.resize(archive.size() + 3002, 'x');
   std::filesystem::remove(image);

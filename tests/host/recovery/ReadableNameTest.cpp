@@ -69,11 +69,15 @@ Bytes Flac() {
 /// A picture of which EXIF is the whole.
 Bytes Tiff() {
   const Bytes jpeg = DatedJpeg();
-  return {jpeg.begin() + 18, jpeg.end() - 2};
+  return {jpeg.begin() + 12, jpeg.end() - 2};
 }
 
 TEST(ReadableNameTest, PicturesHaveTheDateOnWhichTheyWereTaken) {
   EXPECT_EQ(NameOf(DatedJpeg()), "2004-02-29_12-30-00");
+  Bytes behind = DatedJpeg();
+  const Bytes other = {0xFF, 0xE0, 0, 4, 0, 0};
+  behind.insert(behind.begin() + 2, other.begin(), other.end());
+  EXPECT_EQ(NameOf(behind), "2004-02-29_12-30-00") << "behind another segment";
   EXPECT_EQ(NameOf(Tiff()), "2004-02-29_12-30-00");
   EXPECT_EQ(NameOf(DatedJpeg("0000:00:00 00:00:00")), "");
   EXPECT_EQ(NameOf(DatedJpeg("../../../../etc/pas")), "");

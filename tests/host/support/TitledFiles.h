@@ -25,7 +25,7 @@ inline Bytes DatedJpeg(std::string_view date = "2004:02:29 12:30:00") {
   }
   Append(exif, date);
   Append(exif, 0, 1);
-  Bytes jpeg = {0xFF, 0xD8, 0xFF, 0xE0, 0, 4, 0, 0, 0xFF, 0xE1};
+  Bytes jpeg = {0xFF, 0xD8, 0xFF, 0xE1};
   Append(jpeg, 2 + 6 + exif.size(), 2, ByteOrder::kBig);
   Append(jpeg, std::string_view("Exif\0\0", 6));
   jpeg.insert(jpeg.end(), exif.begin(), exif.end());
