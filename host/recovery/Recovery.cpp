@@ -43,8 +43,7 @@ Recovery::Recovery(ScanJob& job, const FindStore& finds, OutputDirectory& direct
       options_(options),
       terminal_(progress),
       doneLeft_(directory.Copies().Count()),
-      done_(directory.Copies()),
-      mayHaveName_(true) {}
+      done_(directory.Copies()) {}
 
 void Recovery::Run() {
   FindsToCopy finds = Finds();

@@ -72,7 +72,7 @@ class Recovery {
   std::uint64_t doneLeft_;
   Manifest::Cursor done_;
   /// The next name may have been given by an earlier run that couldn't list it any more.
-  bool mayHaveName_;
+  bool mayHaveName_ = true;
   std::optional<ContentIndex> contents_;
   std::optional<Progress> progress_;
   /// Those that aren't listed yet.
