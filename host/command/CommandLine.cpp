@@ -71,9 +71,8 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
   CLI::App* recover = app.add_subcommand("recover", "List the files on an image and copy them");
   AddScanOptions(*recover, options);
   AddRecoveryOptions(*recover, recoveryOptions);
-  recover->footer(std::string("\nCopies are named DIR/CATEGORY/EXT/SECTOR[_TITLE].EXT and listed in\n"
-                              "DIR/manifest.jsonl and DIR/SHA256SUMS. A recovery that was broken off goes on when\n"
-                              "it is started again.\n") +
+  recover->footer(std::string("\nCopies are named DIR/CATEGORY/EXT/SECTOR[_TITLE].EXT and listed in DIR.\n"
+                              "A recovery that was broken off goes on when it is started again.\n") +
                   kExitCodes);
 
   MergeOptions mergeOptions;

@@ -6,21 +6,17 @@
 
 namespace qzmtraw::host {
 
-std::optional<FindToCopy> FindsToCopy::Next() {
+std::optional<FindRecord> FindsToCopy::Next() {
   std::optional<FindRecord> record = finds_.Next();
   if (!record) return std::nullopt;
-  FindToCopy next{.find = record->find,
-                  .plan = record->plan,
-                  .embeddedIn = record->embeddedIn,
-                  .confidence = record->confidence,
-                  .notes = std::move(record->notes)};
+  FindRecord next = std::move(*record);
   const EndWalk walk = next.plan.isEstimated ? EndWalkFor(next.find.row) : nullptr;
-  if (walk == nullptr || next.plan.offset >= device_.Size()) return next;
-  ByteReader file(device_, next.find.startSector, device_.Size() - next.plan.offset, kWalkPieceSize, kMostWalkPieces);
+  if (walk == nullptr || next.plan.offset >= device_.RangeEnd()) return next;
+  ByteReader file(device_, next.find.startSector, device_.RangeEnd() - next.plan.offset, kWalkPieceSize,
+                  kMostWalkPieces);
   if (const std::optional<std::uint64_t> end = walk(file)) {
     next.find.size = *end;
     next.plan = judge_.Planner().Plan(next.find).plan;
-    next.isWalked = true;
     next.confidence = Confidence::kFromHeader;
     next.notes.clear();
   }

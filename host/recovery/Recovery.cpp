@@ -43,22 +43,24 @@ Recovery::Recovery(ScanJob& job, const FindStore& finds, OutputDirectory& direct
       options_(options),
       terminal_(progress),
       doneLeft_(directory.Copies().Count()),
-      done_(directory.Copies()),
-      mayHaveName_(true) {}
+      done_(directory.Copies()) {}
 
 void Recovery::Run() {
-  FindsToCopy finds(finds_, job_.Judge(), job_.Listing(), job_.ScannedDevice());
+  FindsToCopy finds = Finds();
   try {
     if (job_.GoesOn()) Prepare();
   } catch (const Failure& failure) {
     // The list goes on without copies: it is worth as much as they are.
     job_.SetError(failure.what());
   }
+  const std::size_t threads = job_.CopyThreadCount();
+  // One thread goes step by step, so that what it leaves is always the same, too.
+  const std::size_t mostSteps = threads == 1 ? 1 : kStepsPerThread * threads;
   bool isEnd = false;
   while (true) {
-    while (!isEnd && steps_.size() < kStepsPerThread * job_.CopyThreadCount()) {
-      if (const auto find = finds.Next()) {
-        steps_.push_back(Begin(*find));
+    while (!isEnd && steps_.size() < mostSteps) {
+      if (const auto record = finds.Next()) {
+        steps_.push_back(Begin(*record));
       } else {
         isEnd = true;
       }
@@ -77,16 +79,18 @@ void Recovery::Run() {
   }
 }
 
-bool Recovery::IsToCopy(const FindToCopy& find) const { return options_.embedded || !find.embeddedIn; }
+FindsToCopy Recovery::Finds() const { return {finds_, job_.Judge(), job_.Listing(), job_.ScannedDevice()}; }
+
+bool Recovery::IsToCopy(const FindRecord& record) const { return options_.embedded || !record.embeddedIn; }
 
 /// Sees to it that the work can be done.
 void Recovery::Prepare() {
   std::uint64_t total = 0;
   std::uint64_t copies = 0;
-  FindsToCopy finds(finds_, job_.Judge(), job_.Listing(), job_.ScannedDevice());
-  while (const auto find = finds.Next()) {
+  FindsToCopy finds = Finds();
+  while (const auto record = finds.Next()) {
     if (IsInterrupted()) return job_.SetInterrupted();
-    if (IsToCopy(*find) && ++copies > doneLeft_) total += find->plan.length;
+    if (IsToCopy(*record) && ++copies > doneLeft_) total += record->plan.length;
   }
   if (const auto free = directory_.FreeSpace(); free && total > *free && !options_.ignoreFreeSpace) {
     throw Failure("the copies have up to " + std::to_string(total) + " bytes (" + FormatSize(total) + "), and " +
@@ -100,18 +104,20 @@ void Recovery::Prepare() {
   progress_.emplace(terminal_, "copying", total);
 }
 
-std::unique_ptr<Recovery::Step> Recovery::Begin(const FindToCopy& find) {
-  auto step = std::make_unique<Step>(Step{.find = find, .name = namer_.NameFor(find.find, job_.TypeOf(find.find))});
-  if (!IsToCopy(find) || !job_.GoesOn() || isBroken_) return step;
+std::unique_ptr<Recovery::Step> Recovery::Begin(const FindRecord& record) {
+  auto step = std::make_unique<Step>(Step{.record = record, .name = namer_.NameFor(record.find, *record.type)});
+  // Where a file ends may not have been found out then.
+  if (IsInterrupted()) job_.SetInterrupted();
+  if (!IsToCopy(record) || !job_.GoesOn() || isBroken_) return step;
   try {
     if (doneLeft_ > 0) {
-      step->done = TakeDone(find);
+      step->done = TakeDone(record);
       return step;
     }
     const CopyName& name = step->name;
     auto task = std::make_unique<CopyTask>();
-    task->startSector = find.find.startSector;
-    task->length = find.plan.length;
+    task->startSector = record.find.startSector;
+    task->length = record.plan.length;
     task->folder = &directory_.Folder(name.category, name.type);
     task->partName = name.PartName();
     task->path = directory_.PathOf(name.category + '/' + name.type + '/' + name.FileName({}));
@@ -124,12 +130,12 @@ std::unique_ptr<Recovery::Step> Recovery::Begin(const FindToCopy& find) {
 }
 
 /// The next copy of the earlier runs, which must be of this find.
-ManifestEntry Recovery::TakeDone(const FindToCopy& find) {
+ManifestEntry Recovery::TakeDone(const FindRecord& record) {
   --doneLeft_;
   const std::optional<ManifestEntry> entry = done_.Next();
-  if (!entry || entry->find != find.find || entry->plan.length != find.plan.length) {
+  if (!entry || entry->find != record.find || entry->plan.length != record.plan.length) {
     throw Failure("what is in " + Quoted(options_.directory) + " was copied from other finds than these, from sector " +
-                  std::to_string(find.find.startSector) +
+                  std::to_string(record.find.startSector) +
                   " on: go on with the same source and list, or name another "
                   "directory");
   }
@@ -176,8 +182,8 @@ std::optional<ManifestEntry> Recovery::Keep(Step& step) {
   if (task.file == nullptr) return std::nullopt;
   ManifestEntry entry{.path = {},
                       .sum = task.sum,
-                      .find = step.find.find,
-                      .plan = step.find.plan,
+                      .find = step.record.find,
+                      .plan = step.record.plan,
                       .unreadableBytes = task.unreadableBytes};
   const auto earlier = contents_ ? contents_->Find(entry.sum) : std::nullopt;
   if (earlier) {
@@ -198,7 +204,7 @@ std::string Recovery::NameCopy(Step& step) {
   const std::string name = step.name.FileName(task.readable);
   std::string path = step.name.category + '/' + step.name.type + '/' + name;
   const bool isThere =
-      !task.file->Finish(name) && !(mayHaveName_ && directory_.HasContent(path, step.find.plan.length, task.sum));
+      !task.file->Finish(name) && !(mayHaveName_ && directory_.HasContent(path, step.record.plan.length, task.sum));
   if (isThere) {
     throw Failure("cannot create " + Quoted(directory_.PathOf(path)) +
                   ", because there is such a file: move it away and start the command again");
@@ -206,11 +212,8 @@ std::string Recovery::NameCopy(Step& step) {
   return path;
 }
 
-void Recovery::List(const Step& step, const std::optional<ManifestEntry>& copy) {
-  FindRecord record{.find = step.find.find, .type = &job_.TypeOf(step.find.find), .plan = step.find.plan};
-  record.embeddedIn = step.find.embeddedIn;
-  record.confidence = step.find.confidence;
-  record.notes = step.find.notes;
+void Recovery::List(Step& step, const std::optional<ManifestEntry>& copy) {
+  FindRecord& record = step.record;
   RecoveredFile& recovered = record.recovered.emplace();
   if (copy) {
     recovered = {.path = directory_.PathOf(copy->path), .sha256 = HexText(copy->sum), .isDuplicate = copy->isDuplicate};

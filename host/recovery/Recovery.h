@@ -43,7 +43,7 @@ class Recovery {
  private:
   /// A find on its way.
   struct Step {
-    FindToCopy find;
+    FindRecord record;
     CopyName name;
     /// The copy of an earlier run.
     std::optional<ManifestEntry> done{};
@@ -51,14 +51,15 @@ class Recovery {
     std::unique_ptr<CopyTask> task{};
   };
 
-  [[nodiscard]] bool IsToCopy(const FindToCopy& find) const;
+  [[nodiscard]] FindsToCopy Finds() const;
+  [[nodiscard]] bool IsToCopy(const FindRecord& record) const;
   void Prepare();
-  std::unique_ptr<Step> Begin(const FindToCopy& find);
-  ManifestEntry TakeDone(const FindToCopy& find);
+  std::unique_ptr<Step> Begin(const FindRecord& record);
+  ManifestEntry TakeDone(const FindRecord& record);
   void Settle(Step& step);
   std::optional<ManifestEntry> Keep(Step& step);
   std::string NameCopy(Step& step);
-  void List(const Step& step, const std::optional<ManifestEntry>& copy);
+  void List(Step& step, const std::optional<ManifestEntry>& copy);
   void Attend();
 
   ScanJob& job_;
@@ -71,7 +72,7 @@ class Recovery {
   std::uint64_t doneLeft_;
   Manifest::Cursor done_;
   /// The next name may have been given by an earlier run that couldn't list it any more.
-  bool mayHaveName_;
+  bool mayHaveName_ = true;
   std::optional<ContentIndex> contents_;
   std::optional<Progress> progress_;
   /// Those that aren't listed yet.

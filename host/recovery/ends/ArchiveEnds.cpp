@@ -31,7 +31,7 @@ std::optional<std::uint64_t> DigitsIn(std::string_view field, unsigned base) {
   return number;
 }
 
-std::string_view TextIn(const auto& block, std::size_t offset, std::size_t size) {
+std::string_view FieldIn(const auto& block, std::size_t offset, std::size_t size) {
   return std::string_view(reinterpret_cast<const char*>(block.data()), block.size()).substr(offset, size);
 }
 
@@ -43,7 +43,7 @@ bool IsTarHeader(const Block& block) {
   constexpr std::size_t kSumSize = 8;
   unsigned sum = std::accumulate(block.begin(), block.end(), 0U) + kSumSize * ' ';
   for (std::size_t i = 0; i < kSumSize; ++i) sum -= block.at(kSumField + i);
-  return DigitsIn(TextIn(block, kSumField, kSumSize), 8) == sum;
+  return DigitsIn(FieldIn(block, kSumField, kSumSize), 8) == sum;
 }
 
 /// The number of bytes behind a member's header.
@@ -52,7 +52,7 @@ std::optional<std::uint64_t> TarMemberSize(const Block& block) {
   const std::uint8_t kind = block[156];
   // Links, devices and folders have none, whatever their headers say.
   if (kind >= '1' && kind <= '6') return 0;
-  if ((block[kSizeField] & 0x80U) == 0) return DigitsIn(TextIn(block, kSizeField, 12), 8);
+  if ((block[kSizeField] & 0x80U) == 0) return DigitsIn(FieldIn(block, kSizeField, 12), 8);
   const std::uint64_t size = NumberIn(std::span(block).subspan(kSizeField + 4, 8), ByteOrder::kBig);
   return size > kMostMemberSize ? std::nullopt : std::optional(size);
 }
@@ -63,8 +63,8 @@ std::optional<std::uint64_t> EndOfAr(ByteReader& file) {
   constexpr std::uint64_t kMagicSize = 8;
   std::array<std::uint8_t, 60> header{};
   std::uint64_t at = kMagicSize;
-  while (file.Read(at, header) && TextIn(header, 58, 2) == "`\n") {
-    const auto size = DigitsIn(TextIn(header, 48, 10), 10);
+  while (file.Read(at, header) && FieldIn(header, 58, 2) == "`\n") {
+    const auto size = DigitsIn(FieldIn(header, 48, 10), 10);
     if (!size) break;
     at += header.size() + *size + *size % 2;
     if (at > file.Length()) return at;

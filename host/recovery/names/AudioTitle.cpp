@@ -24,15 +24,15 @@ std::string FrameText(std::span<const std::uint8_t> frame) {
   const std::string text(bytes.begin(), bytes.end());
   switch (frame[0]) {
     case 0:
-      return Latin1ToUtf8(text.c_str());
+      return Latin1ToUtf8(text);
     case 1:
-      if (text.starts_with("\xFF\xFE")) return Utf16ToUtf8(bytes.subspan(2), ByteOrder::kLittle).c_str();
-      if (text.starts_with("\xFE\xFF")) return Utf16ToUtf8(bytes.subspan(2), ByteOrder::kBig).c_str();
+      if (text.starts_with("\xFF\xFE")) return Utf16ToUtf8(bytes.subspan(2), ByteOrder::kLittle);
+      if (text.starts_with("\xFE\xFF")) return Utf16ToUtf8(bytes.subspan(2), ByteOrder::kBig);
       return {};
     case 2:
-      return Utf16ToUtf8(bytes, ByteOrder::kBig).c_str();
+      return Utf16ToUtf8(bytes, ByteOrder::kBig);
     default:
-      return text.c_str();
+      return text;
   }
 }
 
@@ -58,7 +58,8 @@ std::string Id3Title(ByteReader& file) {
     if (version == 4) size = SyncSafe(size);
     if (size == 0) return {};
     if (file.Has(at, "TIT2")) {
-      return FrameText(file.Part(at + 10, static_cast<std::size_t>(std::min(size, kMostTitleSize))));
+      const std::string text = FrameText(file.Part(at + 10, static_cast<std::size_t>(std::min(size, kMostTitleSize))));
+      return text.substr(0, text.find('\0'));
     }
     at += 10 + size;
   }

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include "host/command/RecoverCommand.h"
 #include "tests/host/support/Image.h"
 #include "tests/host/support/Tool.h"
 
@@ -43,11 +42,11 @@ TEST_F(RecoverToolTest, CopiesAreByteIdentical) {
   MakeImage(Image(4U << 20U).Put(std::size_t{128} * 512, small).Put(std::size_t{200} * 512, large));
   const std::vector<json> lines = RecoverLines();
   ASSERT_EQ(lines.size(), 4U);
-  EXPECT_EQ(NamesIn(out), Names{"7z"});
-  EXPECT_EQ(NamesIn(out + "/7z"), (Names{"000000000128-r144.7z", "000000000200-r144.7z"}));
-  EXPECT_EQ(ReadFile(out + "/7z/000000000128-r144.7z"), small);
-  EXPECT_EQ(ReadFile(out + "/7z/000000000200-r144.7z"), large);
-  EXPECT_EQ(lines[1]["path"], out + "/7z/000000000128-r144.7z");
+  EXPECT_EQ(NamesIn(out), (Names{"SHA256SUMS", "archives", "manifest.jsonl"}));
+  EXPECT_EQ(NamesIn(out + "/archives/7z"), (Names{"000000000128.7z", "000000000200.7z"}));
+  EXPECT_EQ(ReadFile(out + "/archives/7z/000000000128.7z"), small);
+  EXPECT_EQ(ReadFile(out + "/archives/7z/000000000200.7z"), large);
+  EXPECT_EQ(lines[1]["path"], out + "/archives/7z/000000000128.7z");
   EXPECT_EQ(lines[1]["written"], 1132);
   EXPECT_EQ(lines[1]["size_estimated"], false);
   EXPECT_EQ(lines[3]["files_written"], 2);
@@ -63,8 +62,8 @@ TEST_F(RecoverToolTest, AnUnknownSizeEndsAtTheNextFindOrTheDevice) {
   EXPECT_EQ(lines[1]["size"], 15 * 512);
   EXPECT_EQ(lines[1]["size_estimated"], true);
   EXPECT_EQ(lines[1]["written"], 15 * 512);
-  EXPECT_EQ(ReadFile(out + "/ace/000000000010-r157.ace"), Part(content, 5120, std::size_t{15} * 512));
-  EXPECT_EQ(ReadFile(out + "/ace/000000000030-r157.ace"), Part(content, std::size_t{30} * 512, 10 * 512 + 100));
+  EXPECT_EQ(ReadFile(out + "/archives/ace/000000000010.ace"), Part(content, 5120, std::size_t{15} * 512));
+  EXPECT_EQ(ReadFile(out + "/archives/ace/000000000030.ace"), Part(content, std::size_t{30} * 512, 10 * 512 + 100));
   EXPECT_EQ(lines[3]["truncated"], false);
 }
 
@@ -75,7 +74,7 @@ TEST_F(RecoverToolTest, ACopyEndsWithTheDevice) {
   EXPECT_EQ(lines[1]["truncated"], true);
   EXPECT_EQ(lines[1]["size"], 100000);
   EXPECT_EQ(lines[1]["written"], 10 * 512 + 7);
-  EXPECT_EQ(ReadFile(out + "/7z/000000000010-r144.7z"), Part(content, 5120, 10 * 512 + 7));
+  EXPECT_EQ(ReadFile(out + "/archives/7z/000000000010.7z"), Part(content, 5120, 10 * 512 + 7));
 }
 
 TEST_F(RecoverToolTest, SectorsOfOddSizesAreCopiedRight) {
@@ -83,15 +82,15 @@ TEST_F(RecoverToolTest, SectorsOfOddSizesAreCopiedRight) {
   MakeImage(Image(100000).Put(std::size_t{33} * 700, archive));
   const ToolResult result = RunTool({"recover", image, "--out", out, "--sector-size", "700"});
   EXPECT_EQ(result.exitCode, 0) << result.err;
-  EXPECT_NE(result.out.find(out + "/7z/000000000033-r144.7z"), std::string::npos) << result.out;
-  EXPECT_EQ(ReadFile(out + "/7z/000000000033-r144.7z"), archive);
+  EXPECT_NE(result.out.find(out + "/archives/7z/000000000033.7z"), std::string::npos) << result.out;
+  EXPECT_EQ(ReadFile(out + "/archives/7z/000000000033.7z"), archive);
 }
 
 TEST_F(RecoverToolTest, AnEmptyDirectoryMayExist) {
   MakeImage(Image(20000).Put(512, SevenZip(300)));
   std::filesystem::create_directory(out);
   EXPECT_EQ(RecoverLines().size(), 3U);
-  EXPECT_EQ(NamesIn(out + "/7z"), Names{"000000000001-r144.7z"});
+  EXPECT_EQ(NamesIn(out + "/archives/7z"), Names{"000000000001.7z"});
 }
 
 TEST_F(RecoverToolTest, AFilledDirectoryIsRefusedAndLeftAlone) {
@@ -111,10 +110,10 @@ TEST_F(RecoverToolTest, AFullDiskLeavesNoPartialFile) {
                 .Put(std::size_t{100} * 512, SevenZip(500000))
                 .Put(std::size_t{2000} * 512, SevenZip(400)));
   const std::vector<json> lines = RecoverLines({.fileSizeLimit = 200000}, 1);
-  EXPECT_NE(messages.find(out + "/7z/000000000100-r144.7z"), std::string::npos) << messages;
+  EXPECT_NE(messages.find(out + "/archives/7z/000000000100.7z"), std::string::npos) << messages;
   EXPECT_NE(messages.find("after 200000 of 500000 bytes"), std::string::npos) << messages;
-  EXPECT_EQ(NamesIn(out + "/7z"), Names{"000000000001-r144.7z"});
-  EXPECT_EQ(ReadFile(out + "/7z/000000000001-r144.7z"), SevenZip(300));
+  EXPECT_EQ(NamesIn(out + "/archives/7z"), Names{"000000000001.7z"});
+  EXPECT_EQ(ReadFile(out + "/archives/7z/000000000001.7z"), SevenZip(300));
   ASSERT_EQ(lines.size(), 5U) << "all finds are listed, copied or not";
   EXPECT_EQ(lines[1]["written"], 300);
   EXPECT_TRUE(lines[2]["path"].is_null());
@@ -127,12 +126,6 @@ TEST_F(RecoverToolTest, AFullDiskLeavesNoPartialFile) {
 TEST_F(RecoverToolTest, AMissingImageLeavesNoDirectory) {
   EXPECT_TRUE(RecoverLines({}, 1).empty());
   EXPECT_FALSE(std::filesystem::exists(out));
-}
-
-TEST(RecoveredNameTest, KeepsFindsApart) {
-  EXPECT_EQ(RecoveredName({128, 0, 144}, "7z", 1), "000000000128-r144.7z");
-  EXPECT_EQ(RecoveredName({128, 0, 144}, "7z", 2), "000000000128-r144-2.7z");
-  EXPECT_EQ(RecoveredName({1234567890123, 0, 5}, "doc", 1), "1234567890123-r5.doc");
 }
 
 }  // namespace

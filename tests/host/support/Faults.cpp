@@ -9,6 +9,7 @@
 //   QZMTRAW_FAULT_DELAY          a long read of the file takes so many milliseconds more
 //   QZMTRAW_FAULT_ERROR          the error of reading that fails; EIO unless stated
 //   QZMTRAW_FAULT_ROOM           all files together take so many bytes, then the disk is full
+//   QZMTRAW_FAULT_FREE           all file systems say that so many bytes are free
 //   QZMTRAW_FAULT_SIGNAL         signal that the process gets once, when …
 //   QZMTRAW_FAULT_SIGNAL_READ    … the file is read at this place, or
 //   QZMTRAW_FAULT_SIGNAL_WRITE   … so many bytes have been written to files
@@ -19,6 +20,7 @@
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <sys/stat.h>
+#include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -212,6 +214,18 @@ __attribute__((visibility("default"))) long syscall(long number, ...) {
   for (long& argument : arguments) argument = va_arg(list, long);
   va_end(list);
   return kRealSyscall(number, arguments[0], arguments[1], arguments[2], arguments[3], arguments[4], arguments[5]);
+}
+
+__attribute__((visibility("default"))) int fstatvfs(int file, struct statvfs* status) {
+  static const auto kRealFstatvfs = Real<int(int, struct statvfs*)>("fstatvfs");
+  static const off_t kFree = NumberOf("QZMTRAW_FAULT_FREE");
+  const int result = kRealFstatvfs(file, status);
+  if (kFree != kNowhere) status->f_bavail = static_cast<fsblkcnt_t>(kFree) / status->f_frsize;
+  return result;
+}
+
+__attribute__((visibility("default"))) int fstatvfs64(int file, struct statvfs64* status) {
+  return fstatvfs(file, reinterpret_cast<struct statvfs*>(status));
 }
 
 }  // extern "C"
