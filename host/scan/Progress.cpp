@@ -46,7 +46,8 @@ std::string Fit(std::string text, const std::vector<std::string>& parts, std::si
   const char* separator = ": ";
   for (const std::string& part : parts) {
     const bool isLast = &part == &parts.back();
-    const std::string longer = text + separator + part;
+    std::string longer = text;
+    longer.append(separator).append(part);
     if (CharacterCount(longer) + (isLast ? 0 : CharacterCount(kMore)) > width) {
       if (CharacterCount(text) + CharacterCount(kMore) <= width) text += kMore;
       break;
@@ -126,6 +127,7 @@ void Progress::TellPeople(double seconds, double rate) {
   std::vector<std::pair<std::int32_t, std::uint64_t>> counts(findsOfCategory_.begin(), findsOfCategory_.end());
   std::ranges::stable_sort(counts, std::ranges::greater(), &std::pair<std::int32_t, std::uint64_t>::second);
   std::vector<std::string> parts;
+  parts.reserve(counts.size());
   for (const auto& [category, count] : counts) {
     parts.push_back(std::string(CategoryName(category)) + ' ' + std::to_string(count));
   }
