@@ -1,6 +1,9 @@
 #include "host/finds/JudgedFinds.h"
 
 #include <algorithm>
+#include <limits>
+
+#include "host/finds/Shortfall.h"
 
 namespace qzmtraw::host {
 
@@ -28,13 +31,20 @@ std::optional<FindRecord> JudgedFinds::Next() {
   following_ = listed_->Next();
   FindRecord record = judge_.Record(listed.find, PlanFor(listed));
   record.embeddedIn = listed.embeddedIn;
+  if (listed.find.size != 0 && record.plan.length > listed.find.size) record.notes.emplace_back(kNoteShortfall);
   return record;
 }
 
 CarvePlan JudgedFinds::PlanFor(const Listed& listed) {
   const CarvePlanner& planner = judge_.Planner();
   const bool isDoubtful = judge_.IsSizeDoubtful(listed.find);
-  if (listed.find.size != 0 && !isDoubtful) return planner.Plan(listed.find).plan;
+  if (listed.find.size != 0 && !isDoubtful) {
+    CarvePlan plan = planner.Plan(listed.find).plan;
+    Find whole = listed.find;
+    whole.size += std::min(ShortfallOf(whole.row), std::numeric_limits<std::uint64_t>::max() - whole.size);
+    plan.length = planner.Plan(whole).plan.length;
+    return plan;
+  }
   std::optional<std::uint64_t> nextSector;
   if (listed.embeddedIn) {
     if (following_) nextSector = following_->find.startSector;

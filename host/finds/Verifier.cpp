@@ -12,9 +12,9 @@ struct MimeRule {
 };
 
 #define MIME(extension, beginning) MimeRule{extension, beginning},
-constexpr std::array kMimeRules = {
+constexpr auto kMimeRules = std::to_array<MimeRule>({
 #include "host/finds/MimeTypes.def"
-};
+});
 #undef MIME
 
 struct EndMarkRule {
@@ -53,7 +53,8 @@ EndMark EndMarkIn(std::string_view extension, std::span<const std::uint8_t> tail
   if (rule == kEndMarkRules.end()) return EndMark::kNotKnown;
   const auto place = tail.last(std::min(rule->distance, tail.size()));
   const auto isSame = [](std::uint8_t byte, char c) { return byte == static_cast<std::uint8_t>(c); };
-  return std::ranges::search(place, rule->mark, isSame).empty() ? EndMark::kMissing : EndMark::kPresent;
+  const auto found = std::search(place.begin(), place.end(), rule->mark.begin(), rule->mark.end(), isSame);
+  return found == place.end() ? EndMark::kMissing : EndMark::kPresent;
 }
 
 void Verifier::Look(FindRecord& record, const Device::StopCheck& stop) {

@@ -111,6 +111,7 @@ Profile ReadProfile(const std::string& name, const ProfilePlaces& places) {
 
 std::vector<std::string> BuiltInProfileNames() {
   std::vector<std::string> names;
+  names.reserve(kBuiltInProfiles.size());
   for (const BuiltInProfile& each : kBuiltInProfiles) names.emplace_back(each.name);
   return names;
 }

@@ -13,22 +13,22 @@ constexpr bool kAsTold = false;
 
 #define FACTS(row, name, size, standing, rank, container, reach, excess) \
   TypeFacts{#name, SizeSource::k##size, Standing::k##standing, Rank::k##rank, k##container, k##reach, excess},
-constexpr std::array kFacts = {
+constexpr auto kFacts = std::to_array<TypeFacts>({
 #include "host/types/TypeFacts.def"
-};
+});
 #undef FACTS
 
 #define RULE(row, name, greatest, isSettable, start, size) TypeRule{#name, greatest, isSettable, start, size},
-constexpr std::array kRules = {
+constexpr auto kRules = std::to_array<TypeRule>({
 #include "host/types/TypeRules.def"
-};
+});
 #undef RULE
 
 // Each line stands at the place that it states.
 #define FACTS(row, ...) row,
-constexpr std::array kFactRows = {
+constexpr auto kFactRows = std::to_array<int>({
 #include "host/types/TypeFacts.def"
-};
+});
 #undef FACTS
 
 constexpr bool AreInOrder() {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "host/finds/JudgedFinds.h"
+#include "host/finds/Shortfall.h"
 #include "host/types/Registry.h"
 
 namespace qzmtraw::host {
@@ -107,6 +108,7 @@ std::vector<Told> JudgedOneByOne(const std::vector<Find>& finds, const FindJudge
       if (find.size == 0 && !hasNext && !judge.TypeOf(find).hints) end = startOf(find) + kBlindSize;
       if (isInner) end = std::min(end, endOf(outers.at(start)));
     }
+    if (!each.isEstimated) end += ShortfallOf(find.row);
     if (isInner) each.embeddedIn = outers.at(start);
     end = std::min(end, Wide{deviceSize});
     each.length = end > startOf(find) ? static_cast<std::uint64_t>(end - startOf(find)) : 0;
@@ -237,6 +239,18 @@ TEST_F(JudgedFindsTest, DoubtfulSizesEndAtTheNextFindThatIsNotEmbedded) {
                                                                               {text, zip, 600},
                                                                               {open, {}, 0x64000000, true}}));
   EXPECT_EQ(Judged({zip, inner}, judge).at(1).length, 10001U - 10 * 512) << "it ends with the outer one";
+}
+
+TEST_F(JudgedFindsTest, WhatASizeLeavesOutIsTakenAsWell) {
+  const FindRecord wave = Records({{10, 1000, 182}}, judge).at(0);
+  EXPECT_EQ(wave.plan.length, 1008U);
+  EXPECT_FALSE(wave.plan.isEstimated);
+  EXPECT_EQ(wave.notes, (std::vector<std::string>{kNoteShortfall}));
+  const std::uint64_t last = (std::uint64_t{1} << 31U) - 1;
+  const FindRecord atTheEnd = Records({{last, 510, 148}}, judge).at(0);
+  EXPECT_EQ(atTheEnd.plan.length, 512U);
+  EXPECT_FALSE(atTheEnd.plan.isTruncated);
+  EXPECT_EQ(Records({{10, 1000, 182}}, judge, JudgedFinds::Listing::kAll).at(0).plan.length, 1000U);
 }
 
 TEST_F(JudgedFindsTest, TextEndsNoSignature) {
