@@ -186,7 +186,7 @@ class DfxmlReport final : public IReport {
   void AddOwnFields(const FindRecord& record, const FindSizes& sizes) {
     document_.Start("q:find");
     document_.Attribute("row", static_cast<std::uint64_t>(record.find.row));
-    if (!record.type->facts.className.empty()) document_.Attribute("class", record.type->facts.className);
+    if (!record.type->facts.className.empty()) document_.Attribute("class", std::string(record.type->facts.className));
     document_.Attribute("extension", record.type->extension);
     document_.Attribute("category", std::string(CategoryName(record.type->category)));
     document_.Attribute("description", record.type->description);
