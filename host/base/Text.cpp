@@ -171,4 +171,16 @@ std::string FormatUtc(std::chrono::system_clock::time_point time) {
 
 std::string ErrorText(int errorNumber) { return std::generic_category().message(errorNumber); }
 
+std::string NumberRanges(std::span<const std::int32_t> numbers) {
+  std::string text;
+  for (std::size_t first = 0; first < numbers.size();) {
+    std::size_t last = first;
+    while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) ++last;
+    text += (text.empty() ? "" : ",") + std::to_string(numbers[first]);
+    if (last > first) text += '-' + std::to_string(numbers[last]);
+    first = last + 1;
+  }
+  return text;
+}
+
 }  // namespace qzmtraw::host

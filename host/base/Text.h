@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -43,6 +44,9 @@ std::string FormatUtc(std::chrono::system_clock::time_point time);
 
 /// The operating system's words for an error number.
 std::string ErrorText(int errorNumber);
+
+/// Ascending numbers as "0-4,7".
+std::string NumberRanges(std::span<const std::int32_t> numbers);
 
 }  // namespace qzmtraw::host
 

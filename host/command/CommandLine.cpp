@@ -99,7 +99,8 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
   }
   if (merge->parsed()) return RunMergeCommand(mergeOptions, console);
   const auto progress = OpenProgress(options.run.progress, console.err, console.progress != nullptr);
-  const Console watched{console.out, console.err, progress.get()};
+  Console watched = console;
+  watched.progress = progress.get();
   if (scan->parsed()) return RunScanCommand(options, watched);
   if (recover->parsed()) return RunRecoverCommand(options, recoveryOptions, watched);
   return RunTypesCommand(options.types, options.outputs.format, console);

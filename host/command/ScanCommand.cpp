@@ -1,17 +1,28 @@
 #include "host/command/ScanCommand.h"
 
+#include <algorithm>
+
 #include "host/finds/FindStore.h"
 #include "host/finds/JudgedFinds.h"
 #include "host/scan/GiveUpRights.h"
 
 namespace qzmtraw::host {
+namespace {
+
+/// Programs may want finds as they come; people want them by place.
+bool IsForPeople(const OutputOptions& outputs) {
+  return outputs.format == OutputFormat::kTable ||
+         std::ranges::find(outputs.files, OutputFormat::kTable, &OutputTarget::format) != outputs.files.end();
+}
+
+}  // namespace
 
 ExitCode RunScanCommand(const ScanOptions& options, const Console& console) {
   ScanJob job(options, console);
   GiveUpRights(options, {}, console);
   const FindJudge judge = job.Judge();
-  if (options.finds.all && options.outputs.format == OutputFormat::kJsonLines) {
-    // Programs may want finds as they come; judging takes all of them, and people want them by place.
+  // Judging takes all of them.
+  if (options.finds.all && !IsForPeople(options.outputs)) {
     job.Scan([&](const Find& find) { job.Add(judge.Record(find, judge.Planner().Plan(find).plan)); });
     return job.Finish();
   }

@@ -13,24 +13,12 @@ namespace {
 /// So many copies a thread may wait for one before them.
 constexpr std::size_t kStepsPerThread = 8;
 
-/// Ascending numbers as "0-99,144".
-std::string RangesText(const std::vector<std::int32_t>& numbers) {
-  std::string text;
-  for (std::size_t i = 0; i < numbers.size(); ++i) {
-    const std::size_t first = i;
-    while (i + 1 < numbers.size() && numbers[i + 1] == numbers[i] + 1) ++i;
-    text += (text.empty() ? "" : ",") + std::to_string(numbers[first]);
-    if (i > first) text += "-" + std::to_string(numbers[i]);
-  }
-  return text;
-}
-
 }  // namespace
 
 ManifestHead ManifestHeadFor(const ScanJob& job, const RecoveryOptions& options) {
   return {.sourceSize = job.ScannedDevice().Size(),
           .sectorSize = job.ScannedDevice().SectorSize(),
-          .rows = RangesText(job.Rows()),
+          .rows = NumberRanges(job.Rows()),
           .dedupe = options.dedupe,
           .embedded = options.embedded};
 }

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "host/base/Error.h"
+#include "host/base/Text.h"
 #include "host/base/Version.h"
 
 namespace qzmtraw::host {
@@ -23,19 +24,6 @@ std::string MarkOf(Device& device, std::uint64_t startSector, std::uint64_t sect
   std::array<char, 17> digits{};
   std::snprintf(digits.data(), digits.size(), "%016llx", static_cast<unsigned long long>(mark));
   return digits.data();
-}
-
-/// Ascending numbers as "0-4,7".
-std::string RangesText(std::span<const std::int32_t> numbers) {
-  std::string text;
-  for (std::size_t first = 0; first < numbers.size();) {
-    std::size_t last = first;
-    while (last + 1 < numbers.size() && numbers[last + 1] == numbers[last] + 1) ++last;
-    text += (text.empty() ? "" : ",") + std::to_string(numbers[first]);
-    if (last > first) text += '-' + std::to_string(numbers[last]);
-    first = last + 1;
-  }
-  return text;
 }
 
 /// Whole blocks before the place up to which all is done.
@@ -62,7 +50,7 @@ ScanSettings SettingsOf(Device& device, std::span<const std::int32_t> chosen, co
           {"the number of sectors that the map skips", std::to_string(device.Skipped().Count())},
           {"the mark of the source's beginning", MarkOf(device, range.first, sampled)},
           {"the mark of the source's end", MarkOf(device, range.first + range.count - sampled, sampled)},
-          {"the list of file types", RangesText(chosen)},
+          {"the list of file types", NumberRanges(chosen)},
           {"the shard", ShardText(shard)},
           {"the number of sectors in a block", std::to_string(kSectorsPerBlock)},
           {"the version of this program", Version()}};

@@ -43,6 +43,16 @@ std::string UnreadableText(const SectorSet& sectors, const std::string& what) {
   return text;
 }
 
+/// Those that the user chose, as "144=100,157=5".
+std::string GreatestSizesText(const TypeCatalogue& catalogue) {
+  std::string text;
+  for (const TypeInfo& type : catalogue) {
+    if (type.greatestSize == type.rule.greatestSize) continue;
+    text += (text.empty() ? "" : ",") + std::to_string(type.row) + '=' + std::to_string(type.greatestSize);
+  }
+  return text;
+}
+
 std::size_t LaneCount(const ScanOptions& options) {
   return options.run.jobs.value_or(std::clamp(std::thread::hardware_concurrency(), 1U, kMaxJobs));
 }
@@ -70,8 +80,9 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
       outputs_(options.outputs, console.out) {
   if (options.finds.verify) verifier_ = std::make_unique<Verifier>(device_);
   if (options.run.state.empty()) return;
-  saved_ = std::make_unique<SavedScan>(options.run, SettingsOf(device_, chosenRows_, options.run.shard), rows_, device_,
-                                       console.err);
+  ScanSettings settings = SettingsOf(device_, chosenRows_, options.run.shard);
+  settings.emplace_back("the greatest sizes", GreatestSizesText(catalogue_));
+  saved_ = std::make_unique<SavedScan>(options.run, settings, rows_, device_, console.err);
 }
 
 void ScanJob::Begin() {

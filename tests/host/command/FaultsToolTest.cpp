@@ -257,8 +257,8 @@ TEST_F(FaultsToolTest, ADriveThatGoesAwayWhileItIsCopiedLeavesWholeCopies) {
                   "': reading at byte 2000000 failed: No such device: see whether the drive is still "
                   "connected; the list holds what was found before\n"))
       << result.err;
-  EXPECT_EQ(Files(), (Names{"7z/000000000128-r144.7z"}));
-  EXPECT_EQ(ReadFile(out + "/7z/000000000128-r144.7z"), SevenZip(1132));
+  EXPECT_EQ(Files(), (Names{"archives/7z/000000000128.7z"}));
+  EXPECT_EQ(ReadFile(out + "/archives/7z/000000000128.7z"), SevenZip(1132));
 }
 
 TEST_F(FaultsToolTest, AListThatDoesNotFitOntoTheDiskIsToldOf) {

@@ -17,7 +17,7 @@ using nlohmann::json;
 using Arguments = std::vector<std::string>;
 
 /// Everything as it is reported, whatever the tool makes of it.
-const Arguments kRawLines = {"--format", "jsonl"};
+const Arguments kRawLines = {"--all", "--format", "jsonl"};
 
 bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
@@ -70,7 +70,7 @@ TEST_F(MergeToolTest, AllShardsTogetherFindWhatOneScanDoes) {
   for (const std::size_t count : {1U, 2U, 3U, 5U, 8U}) {
     std::vector<std::string> found;
     int types = 0;
-    Arguments merge = {"merge", "--format", "jsonl"};
+    Arguments merge = {"merge", "--all", "--format", "jsonl"};
     for (std::size_t number = 1; number <= count; ++number) {
       const ToolResult result = Scan({"--shard", std::to_string(number) + "/" + std::to_string(count)});
       EXPECT_EQ(result.exitCode, 0) << result.err;
@@ -101,7 +101,7 @@ TEST_F(MergeToolTest, AMergedTableIsThatOfOneScan) {
 
 TEST_F(MergeToolTest, WhatSeveralListsHaveComesOnce) {
   const std::string list = Scan({"--types", "txt,jpg,zip"}).out;
-  const ToolResult merged = RunTool({"merge", Kept(list), Kept(list), Kept(list), "--format", "jsonl"});
+  const ToolResult merged = RunTool({"merge", Kept(list), Kept(list), Kept(list), "--all", "--format", "jsonl"});
   EXPECT_EQ(merged.exitCode, 0) << merged.err;
   EXPECT_EQ(JsonLines(WithoutEnds(merged.out)), ByPlace(WithoutEnds(list)));
   const json summary = JsonLines(merged.out).back();

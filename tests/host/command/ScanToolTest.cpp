@@ -182,7 +182,7 @@ TEST_F(JudgedScanToolTest, EmbeddedFindsAreCopiedWhereTheyAreWanted) {
     const std::vector<json> lines = JsonLines(result.out);
     EXPECT_EQ(lines.back()["files_written"], copies) << option;
     EXPECT_EQ(lines.size(), option == "--all" ? 6U : 5U);
-    EXPECT_EQ(std::filesystem::exists(out + "/7z/000000000140-r144.7z"), !option.empty()) << option;
+    EXPECT_EQ(std::filesystem::exists(out + "/archives/7z/000000000140.7z"), !option.empty()) << option;
   }
 }
 

@@ -189,7 +189,7 @@ TEST_F(SourcesToolTest, ARangeIsScannedAlone) {
       RunTool({"recover", image, "--types", "7z", "--out", out, "--offset", "1000s", "--length", "100s"}).exitCode, 0);
   Bytes expected = SevenZip(kMiB);
   expected.resize(std::size_t{100} * 512);
-  EXPECT_EQ(ReadFile(out + "/7z/000000001000-r144.7z"), expected);
+  EXPECT_EQ(ReadFile(out + "/archives/7z/000000001000.7z"), expected);
 }
 
 TEST_F(SourcesToolTest, RangesThatMakeNoSenseAreRefused) {
@@ -417,7 +417,7 @@ TEST_F(EvidenceToolTest, IsOpenedForReadingAndNothingElse) {
         WritingCalls(QZMTRAW_TOOL " recover --types 7z --out out-" + std::string(name) + " evidence/" + name);
     EXPECT_TRUE(calls.empty()) << name << ": " << calls.front();
     EXPECT_GT(readCount, 3) << name;
-    EXPECT_EQ(NamesIn(workspace / ("out-" + std::string(name) + "/7z")).size(), 3U);
+    EXPECT_EQ(NamesIn(workspace / ("out-" + std::string(name) + "/archives/7z")).size(), 3U);
   }
   EXPECT_FALSE(WritingCalls("sh -c 'echo x >>evidence/disk.img'").empty()) << "the check sees writing";
   EXPECT_FALSE(WritingCalls("touch evidence/disk.img").empty());

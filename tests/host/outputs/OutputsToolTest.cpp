@@ -189,12 +189,13 @@ TEST_F(OutputsToolTest, RecoveredFilesAreInEveryList) {
                                      "--output", "a.sqlite", "--output", "a.xml"},
                                     setup);
   EXPECT_EQ(result.exitCode, 0) << result.err;
-  EXPECT_EQ(Shell("sqlite3 a.sqlite 'SELECT path, written FROM list LIMIT 1'"), "out/7z/000000000128-r144.7z|1132\n");
-  EXPECT_TRUE(Has(Content("a.xml"), "<filename>out/7z/000000000128-r144.7z</filename>"));
+  EXPECT_EQ(Shell("sqlite3 a.sqlite 'SELECT path, written FROM list LIMIT 1'"),
+            "out/archives/7z/000000000128.7z|1132\n");
+  EXPECT_TRUE(Has(Content("a.xml"), "<filename>out/archives/7z/000000000128.7z</filename>"));
   const TypeCatalogue catalogue = ReadTypeCatalogue(OpenRegistry());
   for (const char* name : {"a.jsonl", "a.sqlite"}) {
     FindListReader reader(workspace / name, catalogue);
-    EXPECT_EQ(reader.Next()->recovered->path, "out/7z/000000000128-r144.7z") << name;
+    EXPECT_EQ(reader.Next()->recovered->path, "out/archives/7z/000000000128.7z") << name;
     const auto second = reader.Next();
     EXPECT_EQ(second->find, (Find{300, 0, 157})) << name;
     EXPECT_EQ(second->estimatedSize, std::uint64_t{1740} * 512) << name;

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <limits>
 #include <memory>
@@ -294,10 +295,14 @@ TEST(ScanSettingsTest, WhatCannotBeReadIsNotCompared) {
   source.error = EIO;
   Device device(source, 512);
   const ScanSettings settings = SettingsOf(device, std::vector<std::int32_t>{0, 1, 2, 5, 7, 8}, {2, 3});
-  EXPECT_EQ(settings[2].second, kUnknownSetting);
-  EXPECT_EQ(settings[3].second.size(), 16U);
-  EXPECT_EQ(settings[4].second, "0-2,5,7-8");
-  EXPECT_EQ(settings[5].second, "2/3");
+  const auto valueOf = [&](const std::string& name) {
+    const auto setting = std::ranges::find(settings, name, &ScanSettings::value_type::first);
+    return setting == settings.end() ? "" : setting->second;
+  };
+  EXPECT_EQ(valueOf("the mark of the source's beginning"), kUnknownSetting);
+  EXPECT_EQ(valueOf("the mark of the source's end").size(), 16U);
+  EXPECT_EQ(valueOf("the list of file types"), "0-2,5,7-8");
+  EXPECT_EQ(valueOf("the shard"), "2/3");
 }
 
 }  // namespace

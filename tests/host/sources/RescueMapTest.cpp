@@ -76,11 +76,11 @@ TEST(RescueMapTest, WritesWhatBecameOfTheSectors) {
   Device device(source, 16, std::move(view));
   Bytes buffer(1000 * kSectorSize);
   device.Read(0, buffer);
-  const std::string half = WrittenMap(device, 400);
+  const std::string half = WrittenMap(device, 500);
   EXPECT_EQ(ReadMap(half),
             "0+1600? 1600+1600+ 3200+32- 3232+1568+ 4800+240? 5040+2960+ 8000+7840? 15840+16- 15856+141? ");
   EXPECT_NE(half.find("\n0x00001F40     ?               1\n"), std::string::npos) << half;
-  const std::string whole = WrittenMap(device, 900);
+  const std::string whole = WrittenMap(device, 1000);
   EXPECT_EQ(ReadMap(whole), "0+1600? 1600+1600+ 3200+32- 3232+1568+ 4800+240? 5040+10800+ 15840+16- 15856+141+ ");
   EXPECT_NE(whole.find("\n0x00003E7D     +               1\n"), std::string::npos) << whole;
   FakeSource empty({});
