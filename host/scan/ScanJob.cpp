@@ -77,6 +77,7 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
       device_(*source_, part_.sectorSize, std::move(part_.view)),
       map_(options.source.mapToWrite.empty() ? nullptr : std::make_unique<RescueMapFile>(options.source.mapToWrite)),
       memory_(DivideMemory(options.run.memory, device_.SectorSize(), LaneCount(options))),
+      run_(ThisRun()),
       outputs_(options.outputs, console.out) {
   if (options.finds.verify) verifier_ = std::make_unique<Verifier>(device_);
   if (options.run.state.empty()) return;
@@ -92,7 +93,7 @@ void ScanJob::Begin() {
                   .sectorSize = device_.SectorSize(),
                   .typeCount = static_cast<std::size_t>(std::ranges::count(rows_, false, &LaneRow::isSilent)),
                   .started = std::chrono::system_clock::now(),
-                  .run = ThisRun()};
+                  .run = run_};
   if (part_.isPart) info.part = SourceInfo::Part{device_.RangeBegin(), RangeSize(), device_.LeftOut().Count()};
   // A reader on a pipe learns at once what is going on, and a full disk shows before hours of work.
   outputs_.Begin(info);

@@ -112,6 +112,8 @@ class ScanJob {
   /// The sector before which all is done.
   std::uint64_t sectorsDone_ = 0;
   MemoryBudget memory_;
+  /// Asked while the process may still look at everything.
+  Provenance run_;
   Outputs outputs_;
   /// Only where finds are to be verified.
   std::unique_ptr<Verifier> verifier_;

@@ -212,17 +212,17 @@ TEST_F(RecoverOnToolTest, UnreadableBytesAreCountedForEachCopy) {
   const ToolResult scan = RunTool({"scan", image, "--types", "7z", "--format", "jsonl"});
   WriteFile(workspace / "list", BytesOf(scan.out));
   ToolSetup setup;
-  // The last sector of the file at 200, of which 368 bytes are its own, and the one before it.
-  setup.faults = {{"FILE", image}, {"UNREADABLE", std::to_string(210 * 512) + "-" + std::to_string(212 * 512)}};
+  // The last sector of the file at 200, of which 80 bytes are its own, and the one before it.
+  setup.faults = {{"FILE", image}, {"UNREADABLE", std::to_string(209 * 512) + "-" + std::to_string(211 * 512)}};
   EXPECT_EQ(Recover(out, {"--from", workspace / "list"}, setup).exitCode, 3);
-  EXPECT_EQ(Manifest(out)[2]["unreadable_bytes"], 512 + 368);
+  EXPECT_EQ(Manifest(out)[2]["unreadable_bytes"], 512 + 80);
   EXPECT_EQ(Manifest(out)[1]["unreadable_bytes"], 0);
-  Bytes expected = SevenZip(6000);
-  std::fill(expected.begin() + 10 * 512, expected.end(), std::uint8_t{0});
+  Bytes expected = SevenZip(5200);
+  std::fill(expected.begin() + 9 * 512, expected.end(), std::uint8_t{0});
   EXPECT_EQ(ReadFile(out + "/archives/7z/000000000200.7z"), expected);
   const ToolResult again = Recover(out, {"--from", workspace / "list"});
   EXPECT_EQ(again.exitCode, 3);
-  EXPECT_TRUE(Has(again.err, "880 bytes of the copies could not be read by an earlier run")) << again.err;
+  EXPECT_TRUE(Has(again.err, "592 bytes of the copies could not be read by an earlier run")) << again.err;
 }
 
 TEST_F(RecoverOnToolTest, NamesAndEndsComeFromTheFiles) {

@@ -396,6 +396,8 @@ class EvidenceToolTest : public SourcesToolTest {
       readCount += name == "read" || name == "pread64" ? 1 : 0;
       // What is written may speak of evidence; where it goes counts.
       if (name.starts_with("write") && !Has(line.substr(0, line.find(',')), "evidence/")) continue;
+      // Asks that nothing but reading be allowed.
+      if (name == "landlock_add_rule" && Has(line, "allowed_access=LANDLOCK_ACCESS_FS_READ_FILE,")) continue;
       const bool isOpen = name == "open" || name == "openat";
       const bool isReadOnly = Has(line, "O_RDONLY") && !Has(line, "O_TRUNC") && !Has(line, "O_CREAT");
       if (isOpen ? isReadOnly : std::ranges::find(harmless, name) != harmless.end()) continue;

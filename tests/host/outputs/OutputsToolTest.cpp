@@ -172,10 +172,10 @@ TEST_F(OutputsToolTest, TheDatabaseCanBeReadWhileTheScanGoesOn) {
 
 TEST_F(OutputsToolTest, WhatAKilledScanLeavesCanBeRead) {
   FillWithHeads(std::uint64_t{1} << 40U);
-  // The lanes are at most 16 MiB behind, and every 10000 finds are stored at once.
+  // With so little memory at most 32768 finds wait, and every 10000 are stored at once.
   setup.faults["SIGNAL"] = "9";
-  setup.faults["SIGNAL_READ"] = std::to_string(32U << 20U);
-  EXPECT_EQ(Scan({"--format", "none", "--output", "a.sqlite"}).exitCode, 1009);
+  setup.faults["SIGNAL_READ"] = std::to_string(64U << 20U);
+  EXPECT_EQ(Scan({"--format", "none", "--output", "a.sqlite", "--memory", "32MiB"}).exitCode, 1009);
   const TypeCatalogue catalogue = ReadTypeCatalogue(OpenRegistry());
   FindListReader reader(workspace / "a.sqlite", catalogue);
   std::uint64_t count = 0;
