@@ -28,7 +28,7 @@ std::optional<ContentSum> SumFromHex(std::string_view text) {
   for (std::size_t i = 0; i < text.size(); ++i) {
     const std::size_t digit = kHexDigits.find(text[i]);
     if (digit == std::string_view::npos) return std::nullopt;
-    sum.at(i / 2) = static_cast<std::uint8_t>(sum.at(i / 2) << 4U | digit);
+    sum.at(i / 2) = static_cast<std::uint8_t>(std::size_t{sum.at(i / 2)} << 4U | digit);
   }
   return sum;
 }
