@@ -3,7 +3,7 @@
 namespace qzmtraw::host {
 
 void AddFindOptions(CLI::App& command, FindOptions& options) {
-  command.option_defaults()->group("Finds");
+  command.option_defaults()->group("Lists");
   command.add_flag("--all", options.all, "Everything as found, not the best find at each place");
   command.add_flag("--verify", options.verify, "Look into each find whether it is what it seems");
 }

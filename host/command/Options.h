@@ -13,6 +13,9 @@
 
 namespace qzmtraw::host {
 
+/// The group of options beneath whose heading the help lists a command's arguments that aren't options.
+constexpr const char* kArgumentGroup = "Source";
+
 /// Each lets a command have the options of one kind. What is read goes into `options`, which must live until the
 /// command line was read.
 /// @{

@@ -53,7 +53,7 @@ void AddRunOptions(CLI::App& command, RunOptions& options) {
 }
 
 void AddMergeOptions(CLI::App& command, MergeOptions& options) {
-  command.option_defaults()->group("Source");
+  command.option_defaults()->group(kArgumentGroup);
   command.add_option("LIST", options.lists, "Lists of one source, as scan --format jsonl writes them")
       ->required()
       ->type_name("")
