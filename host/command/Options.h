@@ -22,6 +22,8 @@ constexpr const char* kArgumentGroup = "Source";
 void AddSourceOptions(CLI::App& command, SourceOptions& options);
 void AddTypeOptions(CLI::App& command, TypeOptions& options);
 void AddFindOptions(CLI::App& command, FindOptions& options);
+/// Of the find options only what needs no source.
+void AddAllOption(CLI::App& command, FindOptions& options);
 void AddOutputOptions(CLI::App& command, OutputOptions& options);
 /// Of the output options only the form of the list, for lists of other things than finds.
 void AddListFormat(CLI::App& command, OutputOptions& options);
