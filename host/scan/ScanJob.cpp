@@ -54,6 +54,17 @@ std::vector<std::int32_t> ChooseRows(TypeCatalogue& catalogue, const TypeOptions
   return choice.rows;
 }
 
+/// The limits that differ from the detectors' own: "73=67108864".
+std::string SetLimitsText(std::span<const std::int32_t> rows, const TypeCatalogue& catalogue) {
+  std::string text;
+  for (const std::int32_t row : rows) {
+    const TypeInfo& type = catalogue.at(static_cast<std::size_t>(row));
+    if (type.greatestSize == type.rule.greatestSize) continue;
+    text += (text.empty() ? "" : ",") + std::to_string(row) + '=' + std::to_string(type.greatestSize);
+  }
+  return text.empty() ? "none" : text;
+}
+
 }  // namespace
 
 ScanJob::ScanJob(const ScanOptions& options, const Console& console)
@@ -70,8 +81,9 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
       outputs_(options.outputs, console.out) {
   if (options.finds.verify) verifier_ = std::make_unique<Verifier>(device_);
   if (options.run.state.empty()) return;
-  saved_ = std::make_unique<SavedScan>(options.run, SettingsOf(device_, chosenRows_, options.run.shard), rows_, device_,
-                                       console.err);
+  ScanSettings settings = SettingsOf(device_, chosenRows_, options.run.shard);
+  settings.emplace_back("the list of greatest sizes", SetLimitsText(chosenRows_, catalogue_));
+  saved_ = std::make_unique<SavedScan>(options.run, settings, rows_, device_, console.err);
 }
 
 void ScanJob::Begin() {
