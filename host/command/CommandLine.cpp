@@ -20,18 +20,29 @@
 namespace qzmtraw::host {
 namespace {
 
-constexpr const char* kExitCodes =
-    "\nExit codes: 0 done, 1 failed, 2 bad command line, 3 done but some of the source\n"
-    "could not be read, 130 interrupted.";
+constexpr const char* kExitCodes = "\nExit codes: 0 done, 1 failed, 2 bad usage, 3 not all readable, 130 interrupted";
 
-/// Leaves out the empty lines between groups of options, so that the help fits a screen.
+/// Leaves out the empty lines between groups of options, and lists positional arguments with the group of options to
+/// which they belong, so that the help fits a screen.
 class CompactFormatter final : public CLI::Formatter {
  public:
+  [[nodiscard]] std::string make_positionals(  // NOLINT(readability-identifier-naming)
+      const CLI::App* app) const override {
+    const auto arguments = app->get_options(IsArgument);
+    return arguments.empty() ? std::string() : make_group(arguments.front()->get_group(), true, arguments);
+  }
+
   [[nodiscard]] std::string make_group(std::string group, bool isPositional,  // NOLINT(readability-identifier-naming)
                                        std::vector<const CLI::Option*> options) const override {
-    std::string text = Formatter::make_group(std::move(group), isPositional, std::move(options));
-    return isPositional ? text : text.substr(1, text.find_last_not_of('\n'));
+    const std::string text = Formatter::make_group(group, isPositional, std::move(options));
+    const std::string heading = "\n" + group + ":\n";
+    // The arguments stand above, beneath the same heading.
+    const std::size_t begin = group == kArgumentGroup && !isPositional ? heading.size() : 1;
+    return text.substr(begin, text.find_last_not_of('\n') + (isPositional ? 2 : 1) - begin);
   }
+
+ private:
+  static bool IsArgument(const CLI::Option* option) { return option->get_positional() && !option->get_group().empty(); }
 };
 
 void AddScanOptions(CLI::App& command, ScanOptions& options) {
@@ -40,8 +51,6 @@ void AddScanOptions(CLI::App& command, ScanOptions& options) {
   AddFindOptions(command, options.finds);
   AddOutputOptions(command, options.outputs);
   AddRunOptions(command, options.run);
-  // Who reads it in the help knows it.
-  command.get_help_ptr()->group("");
 }
 
 ExitCode TellParseResult(const CLI::App& app, const CLI::ParseError& error, const Console& console) {
@@ -58,7 +67,7 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
   app.require_subcommand(1);
   app.footer(kExitCodes);
   const auto formatter = std::make_shared<CompactFormatter>();
-  formatter->column_width(22);
+  formatter->column_width(23);
   app.formatter(formatter);
   app.set_help_flag("--help", "Show this help");
 
@@ -71,8 +80,7 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
   CLI::App* recover = app.add_subcommand("recover", "List the files on an image and copy them");
   AddScanOptions(*recover, options);
   AddRecoveryOptions(*recover, recoveryOptions);
-  recover->footer(std::string("\nCopies are named DIR/CATEGORY/EXT/SECTOR[_TITLE].EXT and listed in DIR.\n"
-                              "A recovery that was broken off goes on when it is started again.\n") +
+  recover->footer(std::string("\nCopies are named DIR/CATEGORY/EXT/SECTOR[_TITLE].EXT. Repeat it to go on.") +
                   kExitCodes);
 
   MergeOptions mergeOptions;
@@ -83,6 +91,9 @@ ExitCode ParseAndRun(int argc, const char* const* argv, const Console& console) 
   CLI::App* types = app.add_subcommand("types", "List the file types that can be found");
   AddTypeOptions(*types, options.types);
   AddListFormat(*types, options.outputs);
+
+  // Who reads it in the help knows it.
+  for (CLI::App* command : {scan, recover, merge, types}) command->get_help_ptr()->group("");
 
   std::string form;
   const CLI::App* describe = AddDescribeCommand(app, form);

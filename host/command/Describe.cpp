@@ -1,18 +1,20 @@
 #include "host/command/Describe.h"
 
 #include <CLI/CLI.hpp>
+#include <map>
 #include <set>
 #include <string_view>
 #include <vector>
 
 #include "host/base/Error.h"
 #include "host/base/Version.h"
+#include "host/types/Profile.h"
 
 namespace qzmtraw::host {
 namespace {
 
 /// What stands behind an option, or in its place.
-enum class ValueKind { kNone, kWord, kTypes, kFile, kFolder, kFree };
+enum class ValueKind { kNone, kWord, kTypes, kCategories, kLimit, kProfile, kFile, kFolder, kFree };
 
 struct DescribedOption {
   /// With its hyphens; a positional argument's has none.
@@ -32,6 +34,13 @@ struct DescribedCommand {
   std::string text;
   std::vector<DescribedOption> arguments;
   std::vector<DescribedOption> options;
+};
+
+/// What the registry and the program itself know, each with spaces between the names.
+struct KnownNames {
+  std::string types;
+  std::string categories;
+  std::string profiles;
 };
 
 std::string Replaced(std::string text, std::string_view from, std::string_view to) {
@@ -62,11 +71,25 @@ std::string MembersOf(CLI::Option& option) {
 
 ValueKind KindOf(const DescribedOption& option) {
   if (!option.words.empty()) return ValueKind::kWord;
-  if (option.name == "--types") return ValueKind::kTypes;
+  static const std::map<std::string_view, ValueKind> kByName = {{"--types", ValueKind::kTypes},
+                                                                {"--exclude", ValueKind::kTypes},
+                                                                {"--category", ValueKind::kCategories},
+                                                                {"--max-size", ValueKind::kLimit},
+                                                                {"--profile", ValueKind::kProfile}};
+  if (const auto known = kByName.find(option.name); known != kByName.end()) return known->second;
   if (option.value == "DIR") return ValueKind::kFolder;
   const bool isArgument = !option.name.starts_with("--");
-  if (isArgument || option.value == "FILE" || option.value == "LIST") return ValueKind::kFile;
-  return ValueKind::kFree;
+  const bool isFile = option.value == "FILE" || option.value == "LIST" || option.value == "STATE";
+  return isArgument || isFile ? ValueKind::kFile : ValueKind::kFree;
+}
+
+/// The members of what an option chooses from, or values that show how it is written.
+std::string WordsOf(CLI::Option& option, const std::string& value) {
+  return value == "K/N" ? "1/2 2/2 1/3 2/3 3/3 1/4 2/4 3/4 4/4" : MembersOf(option);
+}
+
+std::string ValueOf(const CLI::Option& option) {
+  return option.get_option_text().empty() ? option.get_type_name() : option.get_option_text();
 }
 
 DescribedOption OptionOf(CLI::Option& option) {
@@ -76,15 +99,17 @@ DescribedOption OptionOf(CLI::Option& option) {
   result.group = option.get_group();
   result.isRequired = option.get_required();
   if (option.nonpositional() && option.get_items_expected_max() == 0) return result;
-  result.value = option.nonpositional() ? option.get_type_name() : result.name;
-  result.words = MembersOf(option);
+  result.value = option.nonpositional() ? ValueOf(option) : result.name;
+  result.words = WordsOf(option, result.value);
   result.kind = KindOf(result);
   return result;
 }
 
 DescribedCommand CommandOf(CLI::App& app) {
   DescribedCommand command{app.get_name(), app.get_description(), {}, {}};
-  for (CLI::Option* option : app.get_options([](const CLI::Option* each) { return !each->get_group().empty(); })) {
+  for (CLI::Option* option : app.get_options()) {
+    const bool isHelp = option == app.get_help_ptr();
+    if (option->get_group().empty() && !isHelp) continue;
     (option->nonpositional() ? command.options : command.arguments).push_back(OptionOf(*option));
   }
   return command;
@@ -105,27 +130,40 @@ std::string Names(const Items& items) {
   return names;
 }
 
-/// What `--types` takes beside rows, such as extensions.
-std::string TypeNames(const TypeCatalogue& catalogue) {
-  std::set<std::string> names;
-  for (const TypeInfo& type : catalogue) {
-    // What a shell takes to be something else can be asked for by its row.
-    if (type.extension.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+.") ==
-        std::string::npos) {
-      names.insert(type.extension);
-    }
-  }
+std::string Joined(const std::set<std::string>& names) {
   std::string text;
   for (const std::string& name : names) text += (text.empty() ? "" : " ") + name;
   return text;
 }
 
-std::string BashReply(const DescribedOption& option, const std::string& types) {
+/// What options take: of types, beside rows, such as extensions.
+KnownNames NamesIn(const TypeCatalogue& catalogue) {
+  std::set<std::string> types;
+  std::set<std::string> categories;
+  for (const TypeInfo& type : catalogue) {
+    // What a shell takes to be something else can be asked for by its row.
+    if (type.extension.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_-+.") ==
+        std::string::npos) {
+      types.insert(type.extension);
+    }
+    categories.insert(Replaced(std::string(CategoryName(type.category)), " ", "-"));
+  }
+  const std::vector<std::string> profiles = BuiltInProfileNames();
+  return {Joined(types), Joined(categories), Joined({profiles.begin(), profiles.end()})};
+}
+
+std::string BashReply(const DescribedOption& option) {
   switch (option.kind) {
     case ValueKind::kWord:
       return "COMPREPLY=($(compgen -W '" + option.words + "' -- \"$current\"))";
     case ValueKind::kTypes:
-      return "_qzmtraw_list '" + types + "'";
+      return "_qzmtraw_list \"$_qzmtraw_types\"";
+    case ValueKind::kCategories:
+      return "_qzmtraw_list \"$_qzmtraw_categories\"";
+    case ValueKind::kLimit:
+      return "_qzmtraw_limit";
+    case ValueKind::kProfile:
+      return "_qzmtraw_profile";
     case ValueKind::kFolder:
       return "mapfile -t COMPREPLY < <(compgen -d -- \"$current\")";
     case ValueKind::kFile:
@@ -136,14 +174,30 @@ std::string BashReply(const DescribedOption& option, const std::string& types) {
 }
 
 void DescribeToBash(const DescribedCommand& tool, const std::vector<DescribedCommand>& commands,
-                    const std::string& types, std::ostream& out) {
+                    const KnownNames& names, std::ostream& out) {
   out << "# bash completion for " << kProgramName << "\n\n"
+      << "_qzmtraw_types='" << names.types << "'\n"
+      << "_qzmtraw_categories='" << names.categories << "'\n"
+      << "_qzmtraw_profiles='" << names.profiles << "'\n\n"
       << "# The last one of names with commas between them.\n"
       << "_qzmtraw_list() {\n"
       << "  local before=\n"
       << "  [[ $current == *,* ]] && before=${current%,*},\n"
       << "  COMPREPLY=($(compgen -P \"$before\" -W \"$1\" -- \"${current##*,}\"))\n"
       << "  compopt -o nospace 2>/dev/null\n"
+      << "}\n\n"
+      << "_qzmtraw_limit() {\n"
+      << "  COMPREPLY=($(compgen -S = -W \"$_qzmtraw_types\" -- \"$current\"))\n"
+      << "  compopt -o nospace 2>/dev/null\n"
+      << "}\n\n"
+      << "# Those of the program, those of the user, and files.\n"
+      << "_qzmtraw_profile() {\n"
+      << "  local file names=$_qzmtraw_profiles\n"
+      << "  for file in \"${XDG_CONFIG_HOME:-$HOME/.config}\"/qzmtraw/profiles/*.conf; do\n"
+      << "    [[ ${file##*/} =~ ^([A-Za-z0-9_+-]+)\\.conf$ ]] && names+=\" ${BASH_REMATCH[1]}\"\n"
+      << "  done\n"
+      << "  COMPREPLY=($(compgen -W \"$names\" -- \"$current\"))\n"
+      << "  [[ $current == */* ]] && mapfile -t COMPREPLY < <(compgen -f -- \"$current\")\n"
       << "}\n\n"
       << "_qzmtraw() {\n"
       << "  local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]} command=\n"
@@ -153,7 +207,7 @@ void DescribeToBash(const DescribedCommand& tool, const std::vector<DescribedCom
   for (const DescribedCommand& command : commands) {
     for (const DescribedOption& option : command.options) {
       if (option.kind == ValueKind::kNone) continue;
-      out << "    '" << command.name << ' ' << option.name << "') " << BashReply(option, types) << "; return ;;\n";
+      out << "    '" << command.name << ' ' << option.name << "') " << BashReply(option) << "; return ;;\n";
     }
   }
   out << "  esac\n"
@@ -179,12 +233,18 @@ std::string ZshText(const std::string& text) {
   return escaped;
 }
 
-std::string ZshAction(const DescribedOption& option, const std::string& types) {
+std::string ZshAction(const DescribedOption& option) {
   switch (option.kind) {
     case ValueKind::kWord:
       return "(" + option.words + ")";
     case ValueKind::kTypes:
-      return "_values -s , type " + types;
+      return "_qzmtraw_types";
+    case ValueKind::kCategories:
+      return "_qzmtraw_categories";
+    case ValueKind::kLimit:
+      return "_qzmtraw_limits";
+    case ValueKind::kProfile:
+      return "_qzmtraw_profiles";
     case ValueKind::kFolder:
       return "_files -/";
     case ValueKind::kFile:
@@ -194,9 +254,16 @@ std::string ZshAction(const DescribedOption& option, const std::string& types) {
   }
 }
 
-void DescribeToZsh(const DescribedCommand& tool, const std::vector<DescribedCommand>& commands,
-                   const std::string& types, std::ostream& out) {
+void DescribeToZsh(const DescribedCommand& tool, const std::vector<DescribedCommand>& commands, const KnownNames& names,
+                   std::ostream& out) {
   out << "#compdef " << kProgramName << "\n\n"
+      << "_qzmtraw_types() { _values -s , type " << names.types << " }\n"
+      << "_qzmtraw_categories() { _values -s , category " << names.categories << " }\n"
+      << "_qzmtraw_limits() { compadd -S = -- " << names.types << " }\n"
+      << "_qzmtraw_profiles() {\n"
+      << "  compadd -- " << names.profiles << " ${XDG_CONFIG_HOME:-$HOME/.config}/qzmtraw/profiles/*.conf(N:t:r)\n"
+      << "  _files -g '*.conf'\n"
+      << "}\n\n"
       << "_qzmtraw() {\n"
       << "  local context state state_descr line\n"
       << "  typeset -A opt_args\n"
@@ -215,7 +282,7 @@ void DescribeToZsh(const DescribedCommand& tool, const std::vector<DescribedComm
     out << "        " << command.name << ")\n          _arguments";
     for (const DescribedOption& option : command.options) {
       out << " \\\n            '" << option.name << '[' << ZshText(option.text) << ']';
-      if (option.kind != ValueKind::kNone) out << ':' << option.value << ':' << ZshAction(option, types);
+      if (option.kind != ValueKind::kNone) out << ':' << option.value << ':' << ZshAction(option);
       out << '\'';
     }
     for (const DescribedOption& argument : command.arguments) {
@@ -238,7 +305,13 @@ std::string FishValue(const DescribedOption& option) {
     case ValueKind::kWord:
       return " -x -a " + FishText(option.words);
     case ValueKind::kTypes:
-      return " -x -a '(__qzmtraw_list)'";
+      return " -x -a '(__qzmtraw_list $__qzmtraw_types)'";
+    case ValueKind::kCategories:
+      return " -x -a '(__qzmtraw_list $__qzmtraw_categories)'";
+    case ValueKind::kLimit:
+      return " -x -a '$__qzmtraw_types='";
+    case ValueKind::kProfile:
+      return " -r -F -a '(__qzmtraw_profiles)'";
     case ValueKind::kFolder:
       return " -x -a '(__fish_complete_directories)'";
     case ValueKind::kFile:
@@ -249,13 +322,22 @@ std::string FishValue(const DescribedOption& option) {
 }
 
 void DescribeToFish(const DescribedCommand& tool, const std::vector<DescribedCommand>& commands,
-                    const std::string& types, std::ostream& out) {
+                    const KnownNames& names, std::ostream& out) {
   const std::string complete = std::string("complete -c ") + kProgramName;
   out << "# fish completion for " << kProgramName << "\n\n"
+      << "set -g __qzmtraw_types " << names.types << '\n'
+      << "set -g __qzmtraw_categories " << names.categories << "\n\n"
       << "# The last one of names with commas between them.\n"
       << "function __qzmtraw_list\n"
       << "    set -l before (string match -r '^.*,' -- (commandline -ct))\n"
-      << "    printf '%s\\n' $before(string split ' ' -- '" << types << "')\n"
+      << "    printf '%s\\n' \"$before\"$argv\n"
+      << "end\n\n"
+      << "# Those of the program, and those of the user.\n"
+      << "function __qzmtraw_profiles\n"
+      << "    set -l folder ~/.config\n"
+      << "    set -q XDG_CONFIG_HOME; and set folder $XDG_CONFIG_HOME\n"
+      << "    set -l own $folder/qzmtraw/profiles/*.conf\n"
+      << "    printf '%s\\n' " << names.profiles << " (string replace -rf '^.*/(.*)\\.conf$' '$1' -- $own)\n"
       << "end\n\n"
       << complete << " -f\n";
   const std::string isFirst = complete + " -n __fish_use_subcommand";
@@ -321,13 +403,13 @@ CLI::App* AddDescribeCommand(CLI::App& app, std::string& form) {
 void Describe(CLI::App& app, const TypeCatalogue& catalogue, const std::string& form, std::ostream& out) {
   const DescribedCommand tool = CommandOf(app);
   const std::vector<DescribedCommand> commands = CommandsOf(app);
-  const std::string types = TypeNames(catalogue);
+  const KnownNames names = NamesIn(catalogue);
   if (form == "bash") {
-    DescribeToBash(tool, commands, types, out);
+    DescribeToBash(tool, commands, names, out);
   } else if (form == "zsh") {
-    DescribeToZsh(tool, commands, types, out);
+    DescribeToZsh(tool, commands, names, out);
   } else if (form == "fish") {
-    DescribeToFish(tool, commands, types, out);
+    DescribeToFish(tool, commands, names, out);
   } else if (form == "man") {
     DescribeToRoff(commands, out);
   } else {

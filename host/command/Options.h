@@ -13,12 +13,17 @@
 
 namespace qzmtraw::host {
 
+/// The group of options beneath whose heading the help lists a command's arguments that aren't options.
+constexpr const char* kArgumentGroup = "Source";
+
 /// Each lets a command have the options of one kind. What is read goes into `options`, which must live until the
 /// command line was read.
 /// @{
 void AddSourceOptions(CLI::App& command, SourceOptions& options);
 void AddTypeOptions(CLI::App& command, TypeOptions& options);
 void AddFindOptions(CLI::App& command, FindOptions& options);
+/// Of the find options only what needs no source.
+void AddAllOption(CLI::App& command, FindOptions& options);
 void AddOutputOptions(CLI::App& command, OutputOptions& options);
 /// Of the output options only the form of the list, for lists of other things than finds.
 void AddListFormat(CLI::App& command, OutputOptions& options);

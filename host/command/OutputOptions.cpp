@@ -11,7 +11,7 @@ namespace {
 using Formats = std::map<std::string, OutputFormat>;
 
 void AddFormat(CLI::App& command, OutputOptions& options, const Formats& formats, const std::string& description) {
-  command.option_defaults()->group("Outputs");
+  command.option_defaults()->group("Lists");
   command
       .add_option_function<std::string>(
           "--format", [&options, formats](const std::string& name) { options.format = formats.at(name); }, description)
@@ -41,7 +41,7 @@ void AddOutputOptions(CLI::App& command, OutputOptions& options) {
             for (const std::string& name : names) options.files.push_back(OutputTargetOf(name));
           },
           "New .txt, .jsonl, .csv, .xml or .sqlite; may be repeated")
-      ->type_name("FILE")
+      ->option_text("FILE")
       ->allow_extra_args(false);
 }
 

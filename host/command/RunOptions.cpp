@@ -53,12 +53,12 @@ void AddRunOptions(CLI::App& command, RunOptions& options) {
 }
 
 void AddMergeOptions(CLI::App& command, MergeOptions& options) {
-  command.option_defaults()->group("Source");
-  command.add_option("LIST", options.lists, "Lists of one source, as scan --format jsonl writes them")
+  command.option_defaults()->group(kArgumentGroup);
+  command.add_option("LIST", options.lists, "Lists of one source: JSON lines or databases of scan")
       ->required()
       ->type_name("")
       ->option_text(" ");
-  AddFindOptions(command, options.finds);
+  AddAllOption(command, options.finds);
   AddOutputOptions(command, options.outputs);
   command.option_defaults()->group("Run");
   AddMemoryOption(command, options.memory);

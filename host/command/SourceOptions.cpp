@@ -3,7 +3,7 @@
 namespace qzmtraw::host {
 
 void AddSourceOptions(CLI::App& command, SourceOptions& options) {
-  command.option_defaults()->group("Source");
+  command.option_defaults()->group(kArgumentGroup);
   command.add_option("IMAGE", options.image, "Image (raw, split, E01, AFF, VMDK, VHD) or block device")
       ->required()
       ->type_name("")

@@ -10,8 +10,8 @@ void AddTypeOptions(CLI::App& command, TypeOptions& options) {
       ->type_name("LIST");
   command.add_option("--exclude", options.exclude, "Not these types; categories by their whole names")
       ->type_name("LIST");
-  command.add_option("--max-size", options.greatestSizes, "Greatest size of a type, as in png=64MiB; repeatable")
-      ->type_name("TYPE=SIZE")
+  command.add_option("--max-size", options.greatestSizes, "Greatest size of a type: png=64MiB; repeatable")
+      ->option_text("TYPE=SIZE")
       ->allow_extra_args(false);
   command.add_option("--profile", options.profile, "A choice of types by name or path, as photos, documents")
       ->type_name("NAME");

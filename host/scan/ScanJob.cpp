@@ -43,16 +43,6 @@ std::string UnreadableText(const SectorSet& sectors, const std::string& what) {
   return text;
 }
 
-/// Those that the user chose, as "144=100,157=5".
-std::string GreatestSizesText(const TypeCatalogue& catalogue) {
-  std::string text;
-  for (const TypeInfo& type : catalogue) {
-    if (type.greatestSize == type.rule.greatestSize) continue;
-    text += (text.empty() ? "" : ",") + std::to_string(type.row) + '=' + std::to_string(type.greatestSize);
-  }
-  return text;
-}
-
 std::size_t LaneCount(const ScanOptions& options) {
   return options.run.jobs.value_or(std::clamp(std::thread::hardware_concurrency(), 1U, kMaxJobs));
 }
@@ -62,6 +52,17 @@ std::vector<std::int32_t> ChooseRows(TypeCatalogue& catalogue, const TypeOptions
   const TypeChoice choice = ChooseTypes(catalogue, options, UsualProfilePlaces());
   for (const std::string& warning : choice.warnings) err << kProgramName << ": " << warning << '\n';
   return choice.rows;
+}
+
+/// The limits that differ from the detectors' own: "73=67108864".
+std::string SetLimitsText(std::span<const std::int32_t> rows, const TypeCatalogue& catalogue) {
+  std::string text;
+  for (const std::int32_t row : rows) {
+    const TypeInfo& type = catalogue.at(static_cast<std::size_t>(row));
+    if (type.greatestSize == type.rule.greatestSize) continue;
+    text += (text.empty() ? "" : ",") + std::to_string(row) + '=' + std::to_string(type.greatestSize);
+  }
+  return text.empty() ? "none" : text;
 }
 
 }  // namespace
@@ -82,7 +83,7 @@ ScanJob::ScanJob(const ScanOptions& options, const Console& console)
   if (options.finds.verify) verifier_ = std::make_unique<Verifier>(device_);
   if (options.run.state.empty()) return;
   ScanSettings settings = SettingsOf(device_, chosenRows_, options.run.shard);
-  settings.emplace_back("the greatest sizes", GreatestSizesText(catalogue_));
+  settings.emplace_back("the list of greatest sizes", SetLimitsText(chosenRows_, catalogue_));
   saved_ = std::make_unique<SavedScan>(options.run, settings, rows_, device_, console.err);
 }
 

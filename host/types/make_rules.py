@@ -40,6 +40,8 @@ def document():
         "//    row, class, greatest, set, start, size",
     ]
     for index, name, *_ in rows:
+        if index not in entries:
+            sys.exit(f"make_rules.py: row {index}, {name}, has no entry in docs/formats.txt")
         fields = entries[index][1]
         greatest, settable = make_formats.maximum_of(name, fields, sources) or (0, False)
         cells = [str(index), name, str(greatest), str(settable).lower(), literal(fields["start"]), literal(fields["size"])]
@@ -54,7 +56,7 @@ def check_facts():
         if expected != found:
             sys.exit(f"make_rules.py: {FACTS.name}: row {row} must be {expected[1]}, and is row {found[0]}, {found[1]}")
     if len(named) != len(make_formats.read_rows()):
-        sys.exit(f"make_rules.py: {FACTS.name} has {len(named)} rows")
+        sys.exit(f"make_rules.py: {FACTS.name} has {len(named)} rows, the library {len(make_formats.read_rows())}")
 
 
 def main():

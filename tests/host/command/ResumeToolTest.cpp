@@ -168,6 +168,7 @@ TEST_F(ResumeToolTest, AnotherScanIsRefused) {
   };
   expectRefusal(Scan({}, {"--sector-size", "4096"}), "; the sector size was 512 and is 4096");
   expectRefusal(Scan({}, {"--shard", "1/2"}), "; the shard was 1/1 and is 1/2");
+  expectRefusal(Scan({}, {"--max-size", "7z=4KiB"}), "; the list of greatest sizes was none and is 144=4096");
   types = {"--types", "7z,doc,157"};
   expectRefusal(Scan(), "; the list of file types was 144,157 and is ");
   types = {"--types", "7z,ace"};

@@ -62,6 +62,8 @@ TEST(UsageToolTest, BadCommandLinesAreToldApart) {
       {{"scan", image, "--memory", "much"}, "--memory"},
       {{"scan", image, "--memory", "32M", "--sector-size", "1048576"}, "153MiB"},
       {{"recover", image}, "--out"},
+      // There is no source in which to look.
+      {{"merge", image, "--verify"}, "--verify"},
   };
   for (const Case& each : cases) {
     const ToolResult result = RunTool(each.arguments);

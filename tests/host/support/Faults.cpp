@@ -201,7 +201,8 @@ __attribute__((visibility("default"))) ssize_t write(int file, const void* buffe
   return room == 0 && size != 0 ? Full() : kRealWrite(file, buffer, room);
 }
 
-__attribute__((visibility("default"))) long syscall(long number, ...) {
+/// Passes on six arguments, as the C library does, however many there are.
+__attribute__((visibility("default"), no_sanitize("address"))) long syscall(long number, ...) {
   static const auto kRealSyscall = Real<long(long, ...)>("syscall");
   static const bool kHasNoLandlock = NumberOf("QZMTRAW_FAULT_NO_LANDLOCK") == 1;
   if (number == SYS_landlock_create_ruleset && kHasNoLandlock) {

@@ -21,7 +21,7 @@ struct FileOnDevice {
 inline void Append(Bytes& bytes, std::uint64_t number, std::size_t size, ByteOrder order = ByteOrder::kLittle) {
   for (std::size_t i = 0; i < size; ++i) {
     const std::size_t place = order == ByteOrder::kLittle ? i : size - 1 - i;
-    bytes.push_back(static_cast<std::uint8_t>(number >> (8 * place)));
+    bytes.push_back(static_cast<std::uint8_t>(place < 8 ? number >> (8 * place) : 0));
   }
 }
 
