@@ -53,8 +53,10 @@ bool ByteReader::Load(std::uint64_t piece) {
   if (piece == number_) return true;
   if (piecesLeft_ == 0 || IsInterrupted()) return false;
   --piecesLeft_;
-  piece_.resize(static_cast<std::size_t>(sectorsPerPiece_ * device_.SectorSize()));
-  device_.Read(startSector_ + piece * sectorsPerPiece_, piece_, IsInterrupted);
+  const std::uint64_t first = piece * sectorsPerPiece_;
+  const std::uint64_t sectors = (length_ - 1) / device_.SectorSize() + 1;
+  piece_.resize(static_cast<std::size_t>(std::min(sectorsPerPiece_, sectors - first) * device_.SectorSize()));
+  device_.Read(startSector_ + first, piece_, IsInterrupted);
   number_ = piece;
   return true;
 }

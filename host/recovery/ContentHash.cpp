@@ -9,6 +9,12 @@ namespace {
 
 constexpr std::string_view kHexDigits = "0123456789abcdef";
 
+/// Looked up once, and not for every file. Null: there is none.
+const EVP_MD* Sha256() {
+  static const EVP_MD* const kSha256 = EVP_MD_fetch(nullptr, "SHA256", nullptr);
+  return kSha256;
+}
+
 EVP_MD_CTX* ContextIn(const auto& context) { return static_cast<EVP_MD_CTX*>(context.get()); }
 
 }  // namespace
@@ -34,7 +40,7 @@ std::optional<ContentSum> SumFromHex(std::string_view text) {
 }
 
 ContentHash::ContentHash() : context_(EVP_MD_CTX_new()) {
-  if (context_ == nullptr || EVP_DigestInit_ex(ContextIn(context_), EVP_sha256(), nullptr) != 1) {
+  if (context_ == nullptr || Sha256() == nullptr || EVP_DigestInit_ex(ContextIn(context_), Sha256(), nullptr) != 1) {
     throw Failure("cannot take SHA-256: check the installation of OpenSSL");
   }
 }

@@ -39,14 +39,11 @@ std::uint64_t CopyPool::MemoryPerThread(std::uint32_t sectorSize) {
 }
 
 CopyPool::CopyPool(Device& device, std::size_t threadCount) : device_(device) {
-  while (threads_.size() < threadCount) {
-    try {
-      threads_.push_back(StartThread([this] { Work(); }));
-    } catch (const Failure&) {
-      // Fewer do as well.
-      if (threads_.empty()) throw;
-      return;
-    }
+  try {
+    while (threads_.size() + 1 < threadCount) threads_.push_back(StartThread([this] { Work(); }));
+  } catch (const Failure&) {
+    // Fewer do as well.
+    return;
   }
 }
 
@@ -58,12 +55,21 @@ void CopyPool::Submit(CopyTask& task) {
   hasWork_.notify_one();
 }
 
-bool CopyPool::WaitFor(const CopyTask& task) {
+void CopyPool::WaitFor(const CopyTask& task, const Attend& attend) {
+  attend();
   std::unique_lock lock(mutex_);
-  const auto isSettled = [&] { return std::ranges::find(settled_, &task) != settled_.end(); };
-  if (!hasSettled_.wait_for(lock, kLongestWait, isSettled)) return false;
-  std::erase(settled_, &task);
-  return true;
+  while (std::erase(settled_, &task) == 0) {
+    if (!waiting_.empty()) {
+      CopyNext(lock, buffer_, attend);
+      continue;
+    }
+    awaited_ = &task;
+    hasSettled_.wait_for(lock, kLongestWait);
+    awaited_ = nullptr;
+    lock.unlock();
+    attend();
+    lock.lock();
+  }
 }
 
 void CopyPool::Stop() {
@@ -76,31 +82,40 @@ void CopyPool::Stop() {
 }
 
 void CopyPool::Work() {
-  const std::uint32_t sectorSize = device_.SectorSize();
-  std::vector<std::uint8_t> buffer(std::max(1U, kBufferSize / sectorSize) * std::size_t{sectorSize});
+  std::vector<std::uint8_t> buffer;
   std::unique_lock lock(mutex_);
   while (true) {
     hasWork_.wait(lock, [this] { return isStopped_ || !waiting_.empty(); });
     if (waiting_.empty()) return;
-    CopyTask& task = *waiting_.front();
-    waiting_.pop_front();
-    lock.unlock();
-    Copy(task, buffer);
-    lock.lock();
-    settled_.push_back(&task);
-    hasSettled_.notify_all();
+    CopyNext(lock, buffer, [] {});
   }
 }
 
-void CopyPool::Copy(CopyTask& task, std::span<std::uint8_t> buffer) {
+/// Settles the copy that waits first.
+/// \param lock  Of what is guarded; released meanwhile.
+void CopyPool::CopyNext(std::unique_lock<std::mutex>& lock, std::vector<std::uint8_t>& buffer, const Attend& attend) {
+  CopyTask& task = *waiting_.front();
+  waiting_.pop_front();
+  lock.unlock();
+  Copy(task, buffer, attend);
+  lock.lock();
+  settled_.push_back(&task);
+  if (awaited_ == &task) hasSettled_.notify_one();
+}
+
+void CopyPool::Copy(CopyTask& task, std::vector<std::uint8_t>& buffer, const Attend& attend) {
   try {
     if (IsStopped()) return;
+    const std::uint32_t sectorSize = device_.SectorSize();
+    buffer.resize(std::max(1U, kBufferSize / sectorSize) * std::size_t{sectorSize});
     task.file = std::make_unique<OutputFile>(*task.folder, task.partName, task.path, task.length);
-    bool isComplete = CopyBytes(task, buffer);
+    bool isComplete = CopyBytes(task, buffer, attend);
     if (isComplete) {
       task.file->Complete();
-      ByteReader file(device_, task.startSector, task.length, kTitlePieceSize, kMostTitlePieces);
-      task.readable = ReadableName(file);
+      if (task.mayHaveTitle) {
+        ByteReader file(device_, task.startSector, task.length, kTitlePieceSize, kMostTitlePieces);
+        task.readable = ReadableName(file);
+      }
       // With half a title its name would not be the same the next time.
       isComplete = !IsStopped();
     }
@@ -115,19 +130,24 @@ void CopyPool::Copy(CopyTask& task, std::span<std::uint8_t> buffer) {
 }
 
 /// \return Whether the bytes are all there, as opposed to that the work was stopped.
-bool CopyPool::CopyBytes(CopyTask& task, std::span<std::uint8_t> buffer) {
+bool CopyPool::CopyBytes(CopyTask& task, std::span<std::uint8_t> buffer, const Attend& attend) {
   const std::uint32_t sectorSize = device_.SectorSize();
   std::uint64_t sector = task.startSector;
   ContentHash hash;
+  const auto isStopped = [&] {
+    attend();
+    return IsStopped();
+  };
   for (std::uint64_t left = task.length; left > 0;) {
     const std::uint64_t sectors = std::min<std::uint64_t>(buffer.size() / sectorSize, (left - 1) / sectorSize + 1);
     const auto piece = buffer.first(static_cast<std::size_t>(sectors * sectorSize));
     const std::uint64_t count = std::min<std::uint64_t>(left, piece.size());
-    const bool isRead = device_.Read(sector, piece, [this] { return IsStopped(); });
-    if (IsStopped()) return false;
+    const bool isRead = device_.Read(sector, piece, isStopped);
+    if (isStopped()) return false;
     if (!isRead) task.unreadableBytes += CountUnreadable(device_, sector, piece, count);
     if (IsStopped()) return false;
     const auto bytes = piece.first(static_cast<std::size_t>(count));
+    if (left == task.length) task.mayHaveTitle = MayHaveReadableName(bytes);
     hash.Add(bytes);
     task.file->Write(bytes);
     sector += sectors;

@@ -22,7 +22,9 @@ namespace {
 /// No line that is written comes near to it.
 constexpr std::size_t kMostLineBytes = 1U << 16U;
 
+/// How much is read for a single line, and to go through all of them.
 constexpr std::size_t kLinePieceSize = 4096;
+constexpr std::size_t kCursorPieceSize = 1U << 16U;
 
 Json HeadLine(const ManifestHead& head) {
   Json line;
@@ -135,13 +137,24 @@ Manifest::Cursor::Cursor(const Manifest& manifest) : manifest_(manifest), next_(
 
 std::optional<ManifestEntry> Manifest::Cursor::Next() {
   if (next_ >= manifest_.end_) return std::nullopt;
+  std::size_t end = 0;
+  while ((end = text_.find('\n', used_)) == std::string::npos) {
+    text_.erase(0, used_);
+    used_ = 0;
+    manifest_.ReadBehind(text_, next_, kCursorPieceSize);
+  }
+  const std::string_view line = std::string_view(text_).substr(used_, end - used_);
   place_ = next_;
-  next_ += manifest_.LineAt(place_).size() + 1;
-  return manifest_.At(place_);
+  next_ += line.size() + 1;
+  used_ = end + 1;
+  return manifest_.EntryIn(line, place_);
 }
 
-ManifestEntry Manifest::At(std::uint64_t place) const {
-  const Json line = Json::parse(LineAt(place), nullptr, false);
+ManifestEntry Manifest::At(std::uint64_t place) const { return EntryIn(LineAt(place), place); }
+
+/// The copy that a line tells of.
+ManifestEntry Manifest::EntryIn(std::string_view text, std::uint64_t place) const {
+  const Json line = Json::parse(text, nullptr, false);
   try {
     ManifestEntry entry;
     entry.path = line.at("path").get<std::string>();
@@ -172,15 +185,22 @@ std::uint64_t Manifest::Add(const ManifestEntry& entry) {
 
 /// The line that begins at a place, without its end.
 std::string Manifest::LineAt(std::uint64_t place) const {
-  std::string line;
-  std::array<char, kLinePieceSize> piece{};
-  while (line.size() < kMostLineBytes) {
-    const ssize_t count = ::pread(file_.Get(), piece.data(), piece.size(), static_cast<off_t>(place + line.size()));
-    if (count <= 0) break;
-    const std::string_view text(piece.data(), static_cast<std::size_t>(count));
-    const std::size_t end = text.find('\n');
-    line += text.substr(0, end);
-    if (end != std::string_view::npos) return line;
+  std::string text;
+  std::size_t end = 0;
+  while ((end = text.find('\n')) == std::string::npos) ReadBehind(text, place, kLinePieceSize);
+  text.resize(end);
+  return text;
+}
+
+/// Adds what follows in the list to the beginning of a line.
+/// \param place  Where that line begins.
+void Manifest::ReadBehind(std::string& text, std::uint64_t place, std::size_t count) const {
+  const std::size_t before = text.size();
+  if (before < kMostLineBytes) {
+    text.resize(before + count);
+    const ssize_t read = ::pread(file_.Get(), &text[before], count, static_cast<off_t>(place + before));
+    text.resize(before + static_cast<std::size_t>(std::max<ssize_t>(0, read)));
+    if (read > 0) return;
   }
   Fail("is damaged at byte " + std::to_string(place));
 }

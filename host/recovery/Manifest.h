@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "host/base/FileDescriptor.h"
 #include "host/finds/CarvePlan.h"
@@ -69,6 +70,9 @@ class Manifest {
     const Manifest& manifest_;
     std::uint64_t place_ = 0;
     std::uint64_t next_ = 0;
+    /// What was read of the list, and how much of it lies before `next_`.
+    std::string text_;
+    std::size_t used_ = 0;
   };
 
   /// The copy at a place.
@@ -81,6 +85,8 @@ class Manifest {
  private:
   Manifest(FileDescriptor file, std::string path) : file_(std::move(file)), path_(std::move(path)) {}
   [[nodiscard]] std::string LineAt(std::uint64_t place) const;
+  [[nodiscard]] ManifestEntry EntryIn(std::string_view text, std::uint64_t place) const;
+  void ReadBehind(std::string& text, std::uint64_t place, std::size_t count) const;
   void Append(const std::string& line);
   void CutOff();
   void CheckHead(const ManifestHead& head) const;

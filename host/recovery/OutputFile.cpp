@@ -55,14 +55,14 @@ void OutputFile::Write(std::span<const std::uint8_t> bytes) {
     if (!IsAllZero(part)) continue;
     WriteAll(bytes.subspan(behindHole, at - behindHole));
     written_ += part.size();
+    endsInHole_ = true;
     behindHole = at + part.size();
   }
   WriteAll(bytes.subspan(behindHole));
 }
 
 void OutputFile::Complete() {
-  // The end may be a hole.
-  if (::ftruncate(file_.Get(), static_cast<off_t>(written_)) != 0) Fail(errno);
+  if (endsInHole_ && ::ftruncate(file_.Get(), static_cast<off_t>(written_)) != 0) Fail(errno);
   if (const int error = file_.Close(); error != 0) Fail(error);
 }
 
@@ -78,6 +78,7 @@ void OutputFile::WriteAll(std::span<const std::uint8_t> bytes) {
   while (!bytes.empty()) {
     const ssize_t count = ::pwrite(file_.Get(), bytes.data(), bytes.size(), static_cast<off_t>(written_));
     if (count >= 0) {
+      endsInHole_ = false;
       written_ += static_cast<std::uint64_t>(count);
       bytes = bytes.subspan(static_cast<std::size_t>(count));
     } else if (errno != EINTR) {

@@ -44,6 +44,7 @@ class OutputFile {
   std::string path_;
   std::uint64_t length_;
   std::uint64_t written_ = 0;
+  bool endsInHole_ = false;
   bool isFinished_ = false;
   FileDescriptor file_;
 };

@@ -139,9 +139,7 @@ ManifestEntry Recovery::TakeDone(const FindRecord& record) {
 void Recovery::Settle(Step& step) {
   std::optional<ManifestEntry> copy = step.done;
   if (step.task != nullptr) {
-    do {
-      Attend();
-    } while (!pool_->WaitFor(*step.task));
+    pool_->WaitFor(*step.task, [this] { Attend(); });
     try {
       if (!isBroken_) copy = Keep(step);
     } catch (const Failure& failure) {

@@ -1,5 +1,6 @@
 #include "host/recovery/names/ReadableName.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -24,15 +25,28 @@ constexpr std::array kTitleFormats = {
     TitleFormat{"OggS"_bytes, VorbisTitle},      TitleFormat{"fLaC"_bytes, VorbisTitle},
 };
 
+/// Long enough for what each of them begins with.
+constexpr std::size_t kStartSize = 8;
+
+/// The format of a file that begins with these bytes, or null.
+const TitleFormat* FormatOf(std::span<const std::uint8_t> start) {
+  const auto* const found = std::ranges::find_if(kTitleFormats, [start](const TitleFormat& format) {
+    return start.size() >= format.start.size() &&
+           std::ranges::equal(start.first(format.start.size()), format.start, {}, {},
+                              [](char c) { return static_cast<std::uint8_t>(c); });
+  });
+  return found == kTitleFormats.end() ? nullptr : found;
+}
+
 }  // namespace
+
+bool MayHaveReadableName(std::span<const std::uint8_t> start) { return FormatOf(start) != nullptr; }
 
 void PrepareReadableNames() { PrepareXml(); }
 
 std::string ReadableName(ByteReader& file) {
-  for (const TitleFormat& format : kTitleFormats) {
-    if (file.Has(0, format.start)) return HarmlessName(format.title(file), kMostReadableBytes);
-  }
-  return {};
+  const TitleFormat* const format = FormatOf(file.Part(0, kStartSize));
+  return format == nullptr ? "" : HarmlessName(format->title(file), kMostReadableBytes);
 }
 
 std::string Utf16ToUtf8(std::span<const std::uint8_t> text, ByteOrder order) {

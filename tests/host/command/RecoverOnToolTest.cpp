@@ -208,6 +208,22 @@ TEST_F(RecoverOnToolTest, RoomIsLookedForFirst) {
   EXPECT_EQ(NamesIn(out + "/archives/7z").size(), 40U);
 }
 
+TEST_F(RecoverOnToolTest, WhatIsThereNeedsNoMoreRoom) {
+  ASSERT_EQ(Recover(out).exitCode, 0);
+  ToolSetup setup;
+  setup.faults = {{"FREE", "1000"}};
+  const ToolResult again = Recover(out, {}, setup);
+  EXPECT_EQ(again.exitCode, 0) << again.err;
+}
+
+TEST_F(RecoverOnToolTest, TheSumIsThatOfAllPieces) {
+  std::filesystem::remove(image);
+  WriteFile(image, Image(4U << 20U).Put(std::size_t{100} * 512, SevenZip((5U << 19U) + 7)).Content());
+  ASSERT_EQ(Recover(out).exitCode, 0);
+  ASSERT_EQ(Manifest(out).size(), 2U);
+  EXPECT_EQ(std::system(("cd " + out + " && sha256sum --quiet -c SHA256SUMS").c_str()), 0);
+}
+
 TEST_F(RecoverOnToolTest, UnreadableBytesAreCountedForEachCopy) {
   const ToolResult scan = RunTool({"scan", image, "--types", "7z", "--format", "jsonl"});
   WriteFile(workspace / "list", BytesOf(scan.out));

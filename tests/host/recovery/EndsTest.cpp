@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cerrno>
 #include <cstdlib>
 
 #include "host/recovery/ends/Ends.h"
@@ -194,6 +195,16 @@ TEST(EndsTest, AReaderGivesUpAfterSoManyPieces) {
   EXPECT_EQ(part.Part(990, 100).size(), 10U);
   EXPECT_FALSE(part.Number<1>(1000));
   EXPECT_FALSE(part.Number<8>(UINT64_MAX - 3));
+}
+
+TEST(EndsTest, AReaderReadsNothingBehindItsStretch) {
+  FakeSource source(Bytes(100 * 512, 7));
+  source.badOffsets = {10 * 512};
+  source.error = EIO;
+  Device device(source, 512);
+  ByteReader file(device, 8, 700, 4096, 3);
+  EXPECT_EQ(file.Part(600, 200), Bytes(100, 7));
+  EXPECT_EQ(device.Unreadable().Count(), 0U);
 }
 
 }  // namespace

@@ -128,6 +128,25 @@ TEST(OutputDirectoryTest, WhatWasBrokenOffIsTakenUp) {
   }
 }
 
+TEST(OutputDirectoryTest, AListMayBeLongerThanWhatIsReadAtOnce) {
+  constexpr std::uint64_t kCount = 700;
+  const Workspace workspace;
+  OutputDirectory directory(workspace / "out", kHead);
+  std::vector<std::uint64_t> places;
+  for (std::uint64_t i = 0; i < kCount; ++i) {
+    places.push_back(directory.Copies().Add(EntryFor("7z/" + std::to_string(i * i * i), BytesOf("one"), i)));
+  }
+  ASSERT_GT(std::filesystem::file_size(workspace / "out/manifest.jsonl"), 2U << 16U);
+  Manifest::Cursor cursor(directory.Copies());
+  for (std::uint64_t i = 0; i < kCount; ++i) {
+    const auto entry = cursor.Next();
+    ASSERT_TRUE(entry);
+    EXPECT_EQ(entry->find.startSector, i);
+    EXPECT_EQ(cursor.Place(), places[i]);
+  }
+  EXPECT_FALSE(cursor.Next());
+}
+
 TEST(OutputDirectoryTest, PathsInAManifestDoNotLeadAway) {
   const Workspace workspace;
   for (const char* path : {"../x", "/etc/passwd", "a b", ""}) {

@@ -11,7 +11,9 @@ namespace {
 std::string NameOf(const Bytes& content) {
   FileOnDevice disk(content);
   ByteReader file(disk.device, 0, content.size(), kTitlePieceSize, kMostTitlePieces);
-  return ReadableName(file);
+  std::string name = ReadableName(file);
+  EXPECT_TRUE(name.empty() || MayHaveReadableName(content)) << name;
+  return name;
 }
 
 Bytes Pdf(const std::string& info) {
@@ -117,6 +119,10 @@ TEST(ReadableNameTest, MusicHasItsTitle) {
 TEST(ReadableNameTest, OtherFilesHaveNone) {
   EXPECT_EQ(NameOf({}), "");
   EXPECT_EQ(NameOf(BytesOf("GIF89a")), "");
+  EXPECT_FALSE(MayHaveReadableName({}));
+  EXPECT_FALSE(MayHaveReadableName(BytesOf("GIF89a")));
+  EXPECT_FALSE(MayHaveReadableName(BytesOf("%PDF")));
+  EXPECT_TRUE(MayHaveReadableName(BytesOf("%PDF-")));
 }
 
 TEST(ReadableNameTest, FilesMayBeCutOffOrChangedAnywhere) {
