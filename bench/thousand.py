@@ -384,7 +384,7 @@ def make(folder, count):
 def check(folder):
     """Scans the image. Returns the lines of the report."""
     files = [json.loads(line) for line in (folder / "files.jsonl").read_text().splitlines()]
-    scan = subprocess.run([compare.TOOL, "scan", folder / "image", "--format", "jsonl"], cwd=folder,
+    scan = subprocess.run([compare.TOOL, "scan", folder / "image", "--all", "--format", "jsonl"], cwd=folder,
                           stdout=subprocess.PIPE, check=True)
     finds = collections.defaultdict(list)
     for line in scan.stdout.splitlines():
