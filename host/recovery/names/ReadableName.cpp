@@ -26,7 +26,7 @@ constexpr std::array kTitleFormats = {
 };
 
 /// Long enough for what each of them begins with.
-constexpr std::size_t kStartSize = 8;
+constexpr std::size_t kFormatMarkSize = 8;
 
 /// The format of a file that begins with these bytes, or null.
 const TitleFormat* FormatOf(std::span<const std::uint8_t> start) {
@@ -45,7 +45,7 @@ bool MayHaveReadableName(std::span<const std::uint8_t> start) { return FormatOf(
 void PrepareReadableNames() { PrepareXml(); }
 
 std::string ReadableName(ByteReader& file) {
-  const TitleFormat* const format = FormatOf(file.Part(0, kStartSize));
+  const TitleFormat* const format = FormatOf(file.Part(0, kFormatMarkSize));
   return format == nullptr ? "" : HarmlessName(format->title(file), kMostReadableBytes);
 }
 
