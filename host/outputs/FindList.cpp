@@ -14,7 +14,7 @@
 namespace qzmtraw::host {
 namespace {
 
-constexpr std::uint64_t kMostBytes = std::numeric_limits<std::int64_t>::max();
+constexpr std::uint64_t kMostListedBytes = std::numeric_limits<std::int64_t>::max();
 
 /// Every SQLite database begins with it.
 constexpr std::string_view kSqliteMark = "SQLite format 3";
@@ -32,7 +32,7 @@ bool IsDatabase(const std::string& path) {
 }  // namespace
 
 void ListRules::SetSource(const SourceInfo& source, const std::string& where) {
-  if (source.size > kMostBytes) Fail("the source has more bytes than a source can have", where);
+  if (source.size > kMostListedBytes) Fail("the source has more bytes than a source can have", where);
   if (source.sectorSize == 0 || source.sectorSize > kMaxSectorSize) Fail("there are no sectors of such a size", where);
   source_ = source;
   sectorCount_ = source.size / source.sectorSize + (source.size % source.sectorSize == 0 ? 0 : 1);
@@ -46,7 +46,7 @@ void ListRules::Check(ListedFind& find, const std::string& extension, const std:
              Quoted(find.type->extension) + " here",
          where);
   }
-  if (find.find.size > kMostBytes || find.estimatedSize.value_or(0) > kMostBytes) {
+  if (find.find.size > kMostListedBytes || find.estimatedSize.value_or(0) > kMostListedBytes) {
     Fail("a file has more bytes than a source can have", where);
   }
   if (find.embeddedIn) CheckPlace(*find.embeddedIn, where);

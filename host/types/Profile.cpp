@@ -28,7 +28,7 @@ constexpr std::array kBuiltInProfiles = std::to_array<BuiltInProfile>({
 constexpr std::array<std::string_view, 4> kKeys = {"types", "category", "exclude", "max-size"};
 
 /// A profile is written by hand; what is larger isn't one.
-constexpr std::size_t kMostBytes = std::size_t{1} << 20U;
+constexpr std::size_t kMostProfileBytes = std::size_t{1} << 20U;
 
 std::string_view WithoutBlanks(std::string_view text) {
   constexpr std::string_view kBlanks = " \t\r";
@@ -41,12 +41,12 @@ Profile ReadProfileFile(const std::string& path) {
   const std::string name = "profile " + Quoted(path);
   errno = 0;
   std::ifstream file(path, std::ios::binary);
-  std::string text(kMostBytes + 1, '\0');
+  std::string text(kMostProfileBytes + 1, '\0');
   if (!file) throw Failure(name + " cannot be opened: " + ErrorText(errno));
   file.read(text.data(), static_cast<std::streamsize>(text.size()));
   if (file.bad() || (file.fail() && !file.eof())) throw Failure(name + " cannot be read: " + ErrorText(errno));
   text.resize(static_cast<std::size_t>(file.gcount()));
-  if (text.size() > kMostBytes) throw UsageError(name + " is larger than 1 MiB, which no profile is");
+  if (text.size() > kMostProfileBytes) throw UsageError(name + " is larger than 1 MiB, which no profile is");
   return ParseProfile(name, text);
 }
 

@@ -21,7 +21,7 @@ std::uint64_t SyncSafe(std::uint64_t bytes) {
 std::string FrameText(std::span<const std::uint8_t> frame) {
   if (frame.size() < 2) return {};
   const std::span<const std::uint8_t> bytes = frame.subspan(1);
-  const std::string text(bytes.begin(), bytes.end());
+  std::string text(bytes.begin(), bytes.end());
   switch (frame[0]) {
     case 0:
       return Latin1ToUtf8(text);

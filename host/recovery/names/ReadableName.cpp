@@ -29,7 +29,7 @@ constexpr std::array kTitleFormats = {
 constexpr std::size_t kFormatMarkSize = 8;
 
 /// The format of a file that begins with these bytes, or null.
-const TitleFormat* FormatOf(std::span<const std::uint8_t> start) {
+const TitleFormat* TitleFormatOf(std::span<const std::uint8_t> start) {
   const auto* const found = std::ranges::find_if(kTitleFormats, [start](const TitleFormat& format) {
     return start.size() >= format.start.size() &&
            std::ranges::equal(start.first(format.start.size()), format.start, {}, {},
@@ -40,12 +40,12 @@ const TitleFormat* FormatOf(std::span<const std::uint8_t> start) {
 
 }  // namespace
 
-bool MayHaveReadableName(std::span<const std::uint8_t> start) { return FormatOf(start) != nullptr; }
+bool MayHaveReadableName(std::span<const std::uint8_t> start) { return TitleFormatOf(start) != nullptr; }
 
 void PrepareReadableNames() { PrepareXml(); }
 
 std::string ReadableName(ByteReader& file) {
-  const TitleFormat* const format = FormatOf(file.Part(0, kFormatMarkSize));
+  const TitleFormat* const format = TitleFormatOf(file.Part(0, kFormatMarkSize));
   return format == nullptr ? "" : HarmlessName(format->title(file), kMostReadableBytes);
 }
 
