@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "host/base/Interrupt.h"
+#include "host/base/TemporaryFile.h"
 #include "host/base/Version.h"
 #include "host/command/CommandLine.h"
 #include "host/outputs/OutputStream.h"
@@ -31,6 +32,8 @@ void FillStandardStreams() {
 int main(int argc, char** argv) {
   using qzmtraw::host::ExitCode;
   FillStandardStreams();
+  // SQLite would choose a folder by itself, which the sandbox may deny, and does so when it is first used.
+  ::setenv("SQLITE_TMPDIR", qzmtraw::host::TemporaryDirectory().c_str(), 1);
   qzmtraw::host::CatchSignals();
   try {
     qzmtraw::host::OutputStream out(STDOUT_FILENO);

@@ -43,7 +43,7 @@ void GiveUpRights(const ScanOptions& options, SandboxRules rules, const Console&
     if (!path.empty()) rules.writableFolders.push_back(FolderOf(path));
   }
   // Libraries look into their data when they need them.
-  for (const char* folder : {"/usr/lib", "/usr/share"}) rules.readablePaths.emplace_back(folder);
+  for (const char* path : {"/usr/lib", "/usr/share", "/dev/urandom"}) rules.readablePaths.emplace_back(path);
   for (const std::string& file : FilesOfImage(options.source.image)) rules.readablePaths.push_back(file);
   const std::string error = EnterSandbox(rules);
   if (error.empty()) return;

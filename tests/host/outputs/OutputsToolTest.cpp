@@ -184,6 +184,14 @@ TEST_F(OutputsToolTest, WhatAKilledScanLeavesCanBeRead) {
   EXPECT_EQ(reader.End().ending, ListEnding::kMissing);
 }
 
+TEST_F(OutputsToolTest, ManyFindsGoIntoADatabase) {
+  // So many that SQLite needs temporary files, which the tool has to leave within reach.
+  FillWithHeads(64U << 20U);
+  const ToolResult result = Scan({"--format", "none", "--output", "a.sqlite"});
+  EXPECT_EQ(result.exitCode, 0) << result.err;
+  EXPECT_EQ(Shell("sqlite3 a.sqlite 'SELECT count(*), max(start_sector) FROM list'"), "131072|131071\n");
+}
+
 TEST_F(OutputsToolTest, RecoveredFilesAreInEveryList) {
   const ToolResult result = RunTool({"recover", "disk.img", "--out", "out", "--types", "7z,ace", "--output", "a.jsonl",
                                      "--output", "a.sqlite", "--output", "a.xml"},
