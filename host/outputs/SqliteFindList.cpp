@@ -4,7 +4,7 @@
 #include "host/base/JsonLine.h"
 #include "host/base/Text.h"
 #include "host/outputs/FindListFormat.h"
-#include "host/outputs/SqliteDatabase.h"
+#include "host/base/SqliteDatabase.h"
 #include "host/outputs/SqliteSchema.h"
 
 namespace qzmtraw::host {

@@ -10,10 +10,9 @@
 #include <utility>
 #include <vector>
 
+#include "host/base/SqliteDatabase.h"
 #include "host/finds/Find.h"
 #include "host/sources/SectorSet.h"
-
-struct sqlite3;
 
 namespace qzmtraw::host {
 
@@ -75,25 +74,18 @@ class ScanState {
   /// @}
 
  private:
-  class Statement;
-  struct Close {
-    void operator()(sqlite3* database) const;
-  };
-
   void Open(bool isNew);
   [[nodiscard]] bool IsBegun() const;
   void Create(const ScanSettings& settings);
   void Compare(const ScanSettings& settings) const;
   void Load();
-  void Run(const char* sql) const;
   void Begin();
-  [[noreturn]] void Fail(const char* what) const;
   [[noreturn]] void FailAsDamaged(const std::string& how) const;
 
   std::string path_;
-  std::unique_ptr<sqlite3, Close> database_;
-  std::unique_ptr<Statement> addFind_;
-  std::unique_ptr<Statement> addUnreadable_;
+  std::unique_ptr<SqliteDatabase> database_;
+  std::unique_ptr<SqliteStatement> addFind_;
+  std::unique_ptr<SqliteStatement> addUnreadable_;
   std::uint64_t sectorsDone_ = 0;
   double seconds_ = 0;
 };

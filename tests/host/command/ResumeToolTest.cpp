@@ -189,6 +189,15 @@ TEST_F(ResumeToolTest, NoFileOfAnybodyElseIsTouched) {
   EXPECT_TRUE(Has(missing.err, "cannot open '" + state + "': ")) << missing.err;
 }
 
+TEST_F(ResumeToolTest, AStateMayHaveAnyName) {
+  for (const std::string name : {":memory:", "file:state?mode=memory"}) {
+    state = name;
+    EXPECT_EQ(Scan({.directory = workspace.Path()}).exitCode, 0) << name;
+    EXPECT_TRUE(std::filesystem::exists(workspace.Path() / name));
+    EXPECT_EQ(Scan({.directory = workspace.Path()}, {"--types", "png"}).exitCode, 2) << "it belongs to another scan";
+  }
+}
+
 TEST_F(ResumeToolTest, TwoRunsAtOnceAreRefused) {
   const ScanState open(state, {});
   const ToolResult result = Scan();

@@ -2,7 +2,7 @@
 
 #include "host/base/Error.h"
 #include "host/outputs/FindList.h"
-#include "host/outputs/SqliteDatabase.h"
+#include "host/base/SqliteDatabase.h"
 #include "host/outputs/SqliteReport.h"
 #include "host/types/Registry.h"
 #include "tests/host/support/Records.h"

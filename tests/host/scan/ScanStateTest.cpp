@@ -128,6 +128,14 @@ TEST_F(ScanStateTest, AnEmptyFileIsBegun) {
   EXPECT_EQ(Refusal(), "");
 }
 
+TEST_F(ScanStateTest, AnEmptySettingIsOne) {
+  settings = {{"the shard", ""}};
+  EXPECT_EQ(Refusal(), "");
+  EXPECT_EQ(Refusal(), "");
+  settings = {{"the shard", "1/2"}};
+  EXPECT_TRUE(Has(Refusal(), "another scan; the shard was  and is 1/2: ")) << Refusal();
+}
+
 TEST_F(ScanStateTest, ALaterFormatIsNotTouched) {
   Open();
   Change("PRAGMA user_version=2");

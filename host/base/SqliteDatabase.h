@@ -1,7 +1,8 @@
-#ifndef QZMTRAW_HOST_OUTPUTS_SQLITE_DATABASE_H
-#define QZMTRAW_HOST_OUTPUTS_SQLITE_DATABASE_H
+#ifndef QZMTRAW_HOST_BASE_SQLITE_DATABASE_H
+#define QZMTRAW_HOST_BASE_SQLITE_DATABASE_H
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -12,12 +13,25 @@ struct sqlite3_stmt;
 
 namespace qzmtraw::host {
 
-/// An SQLite database in a file that is there already. All operations throw Failure with the file's name.
+/// An SQLite database in a file. All operations throw Failure with the file's name.
 class SqliteDatabase {
  public:
-  enum class Access { kRead, kWrite };
+  enum class Access {
+    /// The file is there, and may come from anybody.
+    kRead,
+    /// The file is there.
+    kWrite,
+    /// The file is made if it isn't there. From the first transaction on nobody else can use it.
+    kOwn,
+  };
 
-  SqliteDatabase(const std::string& path, Access access);
+  /// Makes the message of a failure.
+  /// \param result  What the library returned, with its extended codes.
+  /// \param reason  What that means.
+  using FailureText = std::function<std::string(int result, const std::string& reason)>;
+
+  /// \param failureText  Empty: messages tell that the database can't be read or written, and why.
+  SqliteDatabase(const std::string& path, Access access, FailureText failureText = {});
 
   /// Runs statements that give nothing.
   void Run(const char* statements);
@@ -30,6 +44,9 @@ class SqliteDatabase {
   /// \param result  What the library returned.
   [[noreturn]] void Fail(int result) const;
 
+  /// Whether a transaction was begun and not ended.
+  [[nodiscard]] bool IsInTransaction() const;
+
   /// For statements. Belongs to the database.
   [[nodiscard]] sqlite3* Handle() const { return handle_.get(); }
 
@@ -40,6 +57,7 @@ class SqliteDatabase {
 
   std::string path_;
   Access access_;
+  FailureText failureText_;
   std::unique_ptr<sqlite3, Closer> handle_;
 };
 
@@ -58,6 +76,10 @@ class SqliteStatement {
   /// Stored as NULL if empty.
   SqliteStatement& Set(std::string_view text);
   SqliteStatement& SetFlag(bool flag);
+  /// Stored as a text even if empty.
+  SqliteStatement& SetText(std::string_view text);
+  /// Stored as the signed number that has the same bits, for Bits to give back.
+  SqliteStatement& SetBits(std::uint64_t number);
   /// @}
 
   /// Runs a statement that gives nothing.
@@ -71,6 +93,12 @@ class SqliteStatement {
   /// @{
   [[nodiscard]] std::optional<std::int64_t> Integer(int column) const;
   [[nodiscard]] std::optional<std::string> Text(int column) const;
+  /// @}
+
+  /// Each reads a column of the row that holds a number, or throws Failure.
+  /// @{
+  [[nodiscard]] std::uint64_t Bits(int column) const;
+  [[nodiscard]] double Real(int column) const;
   /// @}
 
  private:
@@ -87,4 +115,4 @@ class SqliteStatement {
 
 }  // namespace qzmtraw::host
 
-#endif  // QZMTRAW_HOST_OUTPUTS_SQLITE_DATABASE_H
+#endif  // QZMTRAW_HOST_BASE_SQLITE_DATABASE_H
