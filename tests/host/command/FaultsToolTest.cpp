@@ -31,18 +31,10 @@ constexpr std::uint64_t kEndless = std::uint64_t{1} << 40U;
 
 bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
-/// An image of 4 MiB: a 7z of 1132 bytes at sector 128, an ACE at 300, a 7z of 1 MiB at 1000, and a 7z of 500 bytes at
-/// 8000.
+/// An image of archives, and what fails while it is read.
 class FaultsToolTest : public ::testing::Test {
  protected:
-  FaultsToolTest() {
-    WriteFile(image, Image(4 * kMiB)
-                         .Put(std::size_t{128} * 512, SevenZip(1132))
-                         .Put(std::size_t{300} * 512, Ace())
-                         .Put(std::size_t{1000} * 512, SevenZip(kMiB))
-                         .Put(std::size_t{8000} * 512, SevenZip(500))
-                         .Content());
-  }
+  FaultsToolTest() { WriteFile(image, ImageOfArchives().Content()); }
 
   /// An image all sectors of which start like an ACE, with the faults that make it so.
   Faults FillWithHeads(std::uint64_t size) {

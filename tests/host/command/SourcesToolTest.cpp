@@ -30,18 +30,10 @@ std::string TextOf(const std::string& path) {
   return {bytes.begin(), bytes.end()};
 }
 
-/// A folder with an image of 4 MiB: a 7z of 1132 bytes at sector 128, an ACE at 300, a 7z of 1 MiB at 1000, and a 7z
-/// of 500 bytes at 8000.
+/// A folder with an image of archives.
 class SourcesToolTest : public ::testing::Test {
  protected:
-  SourcesToolTest() {
-    WriteFile(image, Image(4 * kMiB)
-                         .Put(std::size_t{128} * 512, SevenZip(1132))
-                         .Put(std::size_t{300} * 512, Ace())
-                         .Put(std::size_t{1000} * 512, SevenZip(kMiB))
-                         .Put(std::size_t{8000} * 512, SevenZip(500))
-                         .Content());
-  }
+  SourcesToolTest() { WriteFile(image, ImageOfArchives().Content()); }
 
   /// Runs a shell's command in the folder. What it says stands in "log".
   int Run(const std::string& command) const {

@@ -29,4 +29,12 @@ Image& Image::Put(std::size_t offset, const Bytes& content) {
   return *this;
 }
 
+Image ImageOfArchives() {
+  return Image(std::size_t{4} << 20U)
+      .Put(std::size_t{128} * 512, SevenZip(1132))
+      .Put(std::size_t{300} * 512, Ace())
+      .Put(std::size_t{1000} * 512, SevenZip(1U << 20U))
+      .Put(std::size_t{8000} * 512, SevenZip(500));
+}
+
 }  // namespace qzmtraw::host

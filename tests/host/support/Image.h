@@ -28,6 +28,10 @@ class Image {
   Bytes bytes_;
 };
 
+/// An image of 4 MiB, of sectors of 512 bytes: a 7z of 1132 bytes at sector 128, an ACE at 300, a 7z of 1 MiB at 1000,
+/// and a 7z of 500 bytes at 8000.
+Image ImageOfArchives();
+
 }  // namespace qzmtraw::host
 
 #endif  // QZMTRAW_TESTS_HOST_SUPPORT_IMAGE_H
