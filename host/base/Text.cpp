@@ -137,6 +137,10 @@ std::string PadLeft(std::string text, std::size_t width) {
   return text;
 }
 
+std::string CountText(std::uint64_t count, const char* one, const char* many) {
+  return std::to_string(count) + ' ' + (count == 1 ? one : many);
+}
+
 std::string FormatSize(std::uint64_t bytes) {
   if (bytes < 1024) return std::to_string(bytes) + " B";
   constexpr std::string_view kUnits = "KMGTPE";

@@ -33,6 +33,9 @@ std::string PadRight(std::string text, std::size_t width);
 /// Puts blanks in front until `text` is `width` characters long. A longer text stays as it is.
 std::string PadLeft(std::string text, std::size_t width);
 
+/// A number of things for people: "1 file", "2 files".
+std::string CountText(std::uint64_t count, const char* one, const char* many);
+
 /// A size for people, in binary units with one decimal: "0 B", "1023 B", "1.0 KiB", "16.0 EiB".
 std::string FormatSize(std::uint64_t bytes);
 

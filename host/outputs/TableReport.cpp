@@ -65,10 +65,6 @@ std::string Row(const std::string& sector, const std::string& offset, const std:
   return line + "\n";
 }
 
-std::string CountText(std::uint64_t count, const std::string& one, const std::string& many) {
-  return std::to_string(count) + ' ' + (count == 1 ? one : many);
-}
-
 std::string ByExtension(const std::map<std::string, std::uint64_t>& finds) {
   std::vector<std::pair<std::string, std::uint64_t>> counts(finds.begin(), finds.end());
   std::ranges::stable_sort(counts, [](const auto& a, const auto& b) { return a.second > b.second; });

@@ -62,6 +62,11 @@ TEST(TypesToolTest, ListsWhatIsChosen) {
   }
 }
 
+TEST(TypesToolTest, OneTypeIsOne) {
+  const std::string table = RunTool({"types", "--types", "ace"}).out;
+  EXPECT_NE(table.find("\n\n1 file type. "), std::string::npos) << table;
+}
+
 TEST(TypesToolTest, AFullDiskIsAFailure) { EXPECT_EQ(RunTool({"types"}, {.outputPath = "/dev/full"}).exitCode, 1); }
 
 }  // namespace
