@@ -22,6 +22,7 @@ using Sectors = std::vector<int>;
 
 constexpr std::uint64_t kMiB = 1U << 20U;
 constexpr std::size_t kSector = 512;
+constexpr bool kHasTsk = QZMTRAW_TEST_HAS_TSK;
 
 bool Has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
@@ -114,7 +115,15 @@ TEST_F(SourcesToolTest, SplitImagesAreReadAsOne) {
   EXPECT_EQ(lines.back()["bytes"], 1000000);
 }
 
-TEST_F(SourcesToolTest, ImagesOfOtherFormatsAreReadAsTheDisksInThem) {
+/// What only The Sleuth Kit can read.
+class TskToolTest : public SourcesToolTest {
+ protected:
+  void SetUp() override {
+    if (!kHasTsk) GTEST_SKIP() << "built without The Sleuth Kit";
+  }
+};
+
+TEST_F(TskToolTest, ImagesOfOtherFormatsAreReadAsTheDisksInThem) {
   MustRun("ewfacquirestream -t e -S 1048576 <disk.img && test -e e.E02");
   ExpectAllFinds("e.E01");
   MustRun("qemu-img convert -O vmdk disk.img d.vmdk && qemu-img convert -O vpc -o force_size disk.img d.vhd");
@@ -132,7 +141,7 @@ TEST_F(SourcesToolTest, ImagesOfOtherFormatsAreReadAsTheDisksInThem) {
   EXPECT_EQ(FindSectors(), allSectors);
 }
 
-TEST_F(SourcesToolTest, ImagesThatCannotBeReadAreToldOf) {
+TEST_F(TskToolTest, ImagesThatCannotBeReadAreToldOf) {
   MustRun("ewfacquirestream -t e -S 1048576 <disk.img && rm e.E02");
   const ToolResult missing = Scan("e.E01");
   EXPECT_EQ(missing.exitCode, 1);
@@ -191,7 +200,6 @@ TEST_F(SourcesToolTest, RangesThatMakeNoSenseAreRefused) {
       {{"--offset", "some"}, "--offset: 'some' is no number of bytes"},
       {{"--length", "1.5K"}, "--length: '1.5K' is no number of bytes"},
       {{"--length", "0"}, "--length: 0 bytes"},
-      {{"--partition", "1"}, "--partition: the source has no partition table"},
       {{"--partition", "1", "--offset", "512"}, "--partition"},
       {{"--partition", "x"}, "--partition"},
   };
@@ -203,13 +211,31 @@ TEST_F(SourcesToolTest, RangesThatMakeNoSenseAreRefused) {
   }
 }
 
+TEST_F(TskToolTest, WithoutATableThereAreNoPartitions) {
+  const ToolResult result = Scan("disk.img", {"--partition", "1"});
+  EXPECT_EQ(result.exitCode, 2);
+  EXPECT_TRUE(Has(result.err, "--partition: the source has no partition table")) << result.err;
+}
+
+TEST_F(SourcesToolTest, WithoutTheSleuthKitItIsToldWhatNeedsIt) {
+  if (kHasTsk) GTEST_SKIP() << "built with The Sleuth Kit";
+  MustRun("ewfacquirestream -t e <disk.img");
+  const std::vector<ToolResult> results = {Scan("e.E01"), Scan("disk.img", {"--partition", "1"}),
+                                           Scan("disk.img", {"--unallocated"})};
+  for (const ToolResult& result : results) {
+    EXPECT_EQ(result.exitCode, 1);
+    EXPECT_EQ(result.out, "");
+    EXPECT_TRUE(Has(result.err, " with The Sleuth Kit, which this program was built without: ")) << result.err;
+  }
+}
+
 /// An image of 8 MiB with a partition table. Files are 7z archives that go by their sizes.
 ///   outside all partitions       sector 1000: 1000 bytes, 15500: 1100 bytes
 ///   1, ext4, from sector 2048    2000 bytes, and 2100 that were deleted
 ///   2, FAT, from sector 6144     3000 bytes, and 3100 that were deleted
 ///   5, empty, from sector 10240  sector 10300: 5000 bytes
 ///   6, empty, from sector 14336  sector 14400: 6000 bytes
-class PartitionsToolTest : public SourcesToolTest {
+class PartitionsToolTest : public TskToolTest {
  protected:
   PartitionsToolTest() {
     for (const std::uint32_t size : {2000U, 2100U, 3000U, 3100U})
@@ -406,12 +432,14 @@ TEST_F(EvidenceToolTest, IsOpenedForReadingAndNothingElse) {
   MustRun(
       "cp disk.img evidence/ && split -b 1000000 -d -a 3 disk.img evidence/s. && cd evidence && "
       "ewfacquirestream -t e -S 1048576 <disk.img");
-  for (const char* name : {"disk.img", "s.000", "e.E01"}) {
+  std::vector<std::string> names = {"disk.img", "s.000"};
+  if (kHasTsk) names.emplace_back("e.E01");
+  for (const std::string& name : names) {
     const std::vector<std::string> calls =
-        WritingCalls(QZMTRAW_TOOL " recover --types 7z --out out-" + std::string(name) + " evidence/" + name);
+        WritingCalls(QZMTRAW_TOOL " recover --types 7z --out out-" + name + " evidence/" + name);
     EXPECT_TRUE(calls.empty()) << name << ": " << calls.front();
     EXPECT_GT(readCount, 3) << name;
-    EXPECT_EQ(NamesIn(workspace / ("out-" + std::string(name) + "/archives/7z")).size(), 3U);
+    EXPECT_EQ(NamesIn(workspace / ("out-" + name + "/archives/7z")).size(), 3U);
   }
   EXPECT_FALSE(WritingCalls("sh -c 'echo x >>evidence/disk.img'").empty()) << "the check sees writing";
   EXPECT_FALSE(WritingCalls("touch evidence/disk.img").empty());
