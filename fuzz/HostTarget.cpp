@@ -1,7 +1,6 @@
 // What the tool reads that it didn't make: command lines, images, lists, and what the library reports. The first byte
-// chooses one of them.
+// chooses one of them. New ones come last, so that kept inputs go on meaning what they meant.
 
-#include <fcntl.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -19,14 +18,13 @@
 
 #include "fuzz/Choices.h"
 #include "fuzz/Failure.h"
+#include "fuzz/HostFiles.h"
 #include "host/base/Error.h"
 #include "host/base/Text.h"
 #include "host/command/CommandLine.h"
 #include "host/finds/CarvePlan.h"
 #include "host/finds/FindStore.h"
-#include "host/outputs/FindList.h"
 #include "host/scan/Lanes.h"
-#include "host/scan/ScanState.h"
 #include "host/scan/Shard.h"
 #include "host/sources/Device.h"
 #include "host/sources/EwfSegments.h"
@@ -42,15 +40,6 @@ namespace qzmtraw::fuzz {
 namespace {
 
 using namespace qzmtraw::host;
-
-const TypeCatalogue& Catalogue() {
-  static const TypeCatalogue kCatalogue = ReadTypeCatalogue(OpenRegistry());
-  return kCatalogue;
-}
-
-bool IsHarmless(const std::string& text) {
-  return IsUtf8(text) && std::ranges::none_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x20; });
-}
 
 /// A list of types gives rows that exist, in order, or is refused with a message that any terminal can take.
 void SelectTypesOf(Choices choices) {
@@ -334,34 +323,6 @@ void ReadImageOf(Choices choices) {
         "an image brings other bytes");
 }
 
-/// A list that anybody may have written is refused with a message, or all its finds lie on its source.
-void ReadListOf(Choices choices) {
-  static const int kFile = ::memfd_create("list", 0);
-  const bool hasSource = choices.Number(1) % 4 != 0;
-  std::string text = choices.Rest();
-  if (hasSource) text.insert(0, "{\"type\":\"source\",\"path\":\"x\",\"size\":5000,\"sector_size\":512}\n");
-  if (::ftruncate(kFile, 0) != 0 || ::pwrite(kFile, text.data(), text.size(), 0) < 0) return;
-  try {
-    FindListReader reader("/proc/self/fd/" + std::to_string(kFile), Catalogue());
-    const SourceInfo& source = reader.Source();
-    Check(source.sectorSize > 0 && source.size < std::uint64_t{1} << 63U, "a list has an impossible source");
-    const auto isOnSource = [&](std::uint64_t sector) { return sector <= (source.size - 1) / source.sectorSize; };
-    while (const auto listed = reader.Next()) {
-      const auto row = static_cast<std::size_t>(listed->find.row);
-      Check(row < Catalogue().size() && listed->type == &Catalogue()[row], "a list has a find of no type");
-      Check(source.size > 0 && isOnSource(listed->find.startSector), "a list has a find that isn't on its source");
-      Check(listed->find.size < std::uint64_t{1} << 63U, "a list has a find of an impossible size");
-      Check(!listed->embeddedIn || isOnSource(listed->embeddedIn->startSector), "a find lies in one that isn't there");
-    }
-    reader.ReadUnreadable([&](const SectorRange& range) {
-      Check(source.size > 0 && isOnSource(range.first), "a range begins behind the source");
-      Check(range.count == 0 || isOnSource(range.first + (range.count - 1)), "a range ends behind the source");
-    });
-  } catch (const Failure& failure) {
-    Check(IsHarmless(failure.what()), "a message has what harms a terminal");
-  }
-}
-
 /// Ranges are the set of sectors that was put into them.
 void KeepRangesOf(Choices choices) {
   SectorSet ranges;
@@ -418,47 +379,6 @@ void ShareRowsOf(Choices choices) {
   Check(rows.empty(), "a row is in no shard");
 }
 
-/// The file that a scan's state is to be kept in may be anything. What isn't a state is left as it is.
-void OpenStateOf(Choices choices) {
-  static const std::string kPath = "/dev/shm/qzmtraw-fuzz-" + std::to_string(::getpid());
-  const ScanSettings settings = {{"the sector size", "512"}};
-  ::unlink(kPath.c_str());
-  const bool isState = choices.Number(1) % 2 == 0;
-  if (isState) {
-    ScanState state(kPath, settings);
-    state.Add({{1, 2, 3}, 0});
-    state.AddUnreadable({4, 5});
-    state.Commit(64, 1);
-  }
-  const int file = ::open(kPath.c_str(), O_RDWR | O_CREAT, 0600);
-  if (file < 0) return;
-  // Some bytes of the state are others, or the whole is something else.
-  while (isState && !choices.IsEmpty()) {
-    const std::uint64_t offset = choices.Number(2);
-    const auto byte = static_cast<std::uint8_t>(choices.Number(1));
-    if (::pwrite(file, &byte, 1, static_cast<off_t>(offset % (5U * 4096))) < 0) break;
-  }
-  const std::string rest = choices.Rest();
-  if (::pwrite(file, rest.data(), rest.size(), 0) < 0) return;
-  std::vector<std::uint8_t> head(kStateHeadSize);
-  head.resize(static_cast<std::size_t>(std::max<ssize_t>(0, ::pread(file, head.data(), head.size(), 0))));
-  const StateKind kind = StateKindOf(head);
-  ::close(file);
-  Check(isState || rest.empty() == (kind == StateKind::kEmpty), "a file is taken for empty");
-  try {
-    const ScanState state(kPath, settings);
-    Check(kind == StateKind::kState || kind == StateKind::kEmpty, "a file that is no state is opened");
-    state.ReadUnreadable([](const SectorRange&) {});
-    state.ReadFinds([](const ReportedFind& find) { Check(find.row >= 0, "a find has no row"); });
-  } catch (const UsageError& error) {
-    Check(IsHarmless(error.what()), "a message has what harms a terminal");
-  } catch (const Failure& failure) {
-    Check(IsHarmless(failure.what()), "a message has what harms a terminal");
-  }
-  ::unlink(kPath.c_str());
-  ::unlink((kPath + "-journal").c_str());
-}
-
 /// Every row is dealt to one lane, and a group stays together.
 void DealRowsOf(Choices choices) {
   const std::size_t laneCount = 1 + choices.Number(1);
@@ -480,14 +400,25 @@ void DealRowsOf(Choices choices) {
 }
 
 }  // namespace
+
+const TypeCatalogue& Catalogue() {
+  static const TypeCatalogue kCatalogue = ReadTypeCatalogue(OpenRegistry());
+  return kCatalogue;
+}
+
+bool IsHarmless(const std::string& text) {
+  return IsUtf8(text) && std::ranges::none_of(text, [](char c) { return static_cast<unsigned char>(c) < 0x20; });
+}
+
 }  // namespace qzmtraw::fuzz
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   using namespace qzmtraw::fuzz;
-  constexpr void (*kParts[])(Choices) = {SelectTypesOf, PrintTextOf,  ParseCommandLineOf, ReadDeviceOf, PlanCarvingOf,
-                                         StoreFindsOf,  ReadImageOf,  KeepRangesOf,       DealRowsOf,   ReadMapOf,
-                                         WriteMapOf,    CountPartsOf, ParseSizeOf,        ReadListOf,   ReadShardOf,
-                                         ShareRowsOf,   OpenStateOf};
+  constexpr void (*kParts[])(Choices) = {SelectTypesOf, PrintTextOf,  ParseCommandLineOf, ReadDeviceOf,  PlanCarvingOf,
+                                         StoreFindsOf,  ReadImageOf,  KeepRangesOf,       DealRowsOf,    ReadMapOf,
+                                         WriteMapOf,    CountPartsOf, ParseSizeOf,        ReadListOf,    ReadShardOf,
+                                         ShareRowsOf,   OpenStateOf,  ReadDatabaseOf,     GoOnCopyingOf, ReadProfileOf,
+                                         WalkToEndOf,   ReadTitleOf};
   Choices choices({data, size});
   kParts[choices.Number(1) % std::size(kParts)](choices);
   return 0;

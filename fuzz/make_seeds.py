@@ -28,12 +28,23 @@ HOST_SEEDS = [b'\x00doc, .JPG,157,0', b'\x01' + bytes(8) + 'Bl\u00e4tter\x1b[2J\
               b'"unreadable_ranges":[{"start_sector":7,"sectors":2}]}\n',
               b'\x0d\0{"type":"source","path":"x","size":5000,"sector_size":512,"file_types":320}\n',
               b'\x0e2/3', b'\x0e 1/0', b'\x0f\x04' + bytes(range(64)), b'\x10\x00', b'\x10\x00\x3f\x00\x02',
-              b'\x10\x00\x00\x10\x00\x10\x20\x41', b'\x10\x01SQLite format 3\0' + bytes(84), b'\x10\x01a diary']
+              b'\x10\x00\x00\x10\x00\x10\x20\x41', b'\x10\x01SQLite format 3\0' + bytes(84), b'\x10\x01a diary', b'\x11',
+              b'\x11\x00\x20\x41', b'\x12\x01{"type":"copy","path":"a/b/c","sha256":"' + b'0' * 64 + b'","length":9,'
+              b'"start_sector":3,"offset":1536,"row":157,"size":9,"size_estimated":false,"truncated":false,'
+              b'"unreadable_bytes":0,"duplicate":false}\n', b'\x12\0{"type":1}\n',
+              b'\x13# mine\ntypes = jpg, 144\nexclude=png\n\nmax-size = png=1MiB\n']
+# What files are that have walks to their ends, in the order of the registry's rows, and those that may have titles.
+WALKS = ['tif', 'raf', 'tar', 'deb', 'mxf', 'dcr', 'pdb', 'hiv', 'lnk', 'res']
+TITLED = ['jpg', 'tif', 'docx', 'odt', 'pdf', 'mp3', 'ogg', 'opus', 'flac']
 HOST_WORDS = ['--format', '--sector-size', '--jobs', '--memory', '--types', '--help', '--version', 'table', 'jsonl', 'GiB',
               'KiB', 'MB', '18446744073709551616', '-1', '0x10', 'doc', 'jpg', '157', '3gp', 'scan', 'types', 'merge',
               '--progress', '--shard', '--rewind', 'line', 'json', 'none', '1/2', '"type"', '"find"', '"row"',
               '"extension"', '"start_sector"', '"sectors"', '"unreadable_ranges"', '"size_estimated"', '"embedded_in"',
-              '"confidence"', '"verdict"', '"notes"', '"summary"', '"source"', '"path"', '--output']
+              '"confidence"', '"verdict"', '"notes"', '"summary"', '"source"', '"path"', '--output', '"sha256"', '"length"',
+              '"offset"', '"size"', '"truncated"', '"unreadable_bytes"', '"duplicate"', 'types =', 'exclude =',
+              'docProps/core.xml', 'meta.xml', 'PK\1\2', 'PK\3\4', 'PK\5\6', '/Title', '/Producer', 'endobj', 'FEFF',
+              'ID3', 'TIT2', 'TITLE=', '\3vorbis', 'OpusTags', 'OggS', 'fLaC', 'Exif\0\0', '2020:01:02 03:04:05',
+              'http://purl.org/dc/elements/1.1/', 'title', '!<arch>\n', '`\n', 'Microsoft C/C++ MSF 7.00\r\n\x1a']
 LITERAL = r'((?:"(?:[^"\\\n]|\\.)*"\s*)+)'
 ESCAPES = {'n': 10, 'r': 13, 't': 9, '\\': 92, '"': 34, "'": 39, 'f': 12, 'v': 11, 'a': 7, 'b': 8}
 
@@ -87,6 +98,19 @@ def write_seeds(folder, target, sources):
         (folder / f'head-{number}').write_bytes(HEAD + sector)
 
 
+def host_seeds():
+    """Inputs for the parts of the host target, some of them of files that tests have."""
+    yield from HOST_SEEDS
+    sector_size = b'\xff\x01'
+    for path in sorted((ROOT / 'tests/data').glob('*/*.*')):
+        content = path.read_bytes()[:LARGEST_SEED]
+        kind = path.suffix[1:]
+        if kind in WALKS:
+            yield b'\x14' + bytes([WALKS.index(kind)]) + sector_size + bytes(5) + content
+        if kind in TITLED:
+            yield b'\x15' + sector_size + content
+
+
 def main():
     if len(sys.argv) != 2:
         sys.exit(__doc__)
@@ -102,7 +126,7 @@ def main():
         write_seeds(out / target, target, sources)
         write_dictionary(out / f'{target}.dict', set().union(*map(strings_in, sources)))
     write_seeds(out / 'host', 'host', [])
-    for number, seed in enumerate(HOST_SEEDS):
+    for number, seed in enumerate(host_seeds()):
         (out / 'host' / f'part-{number}').write_bytes(seed)
     write_dictionary(out / 'host.dict', {word.encode() for word in HOST_WORDS})
 

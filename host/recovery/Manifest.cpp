@@ -117,7 +117,7 @@ void Manifest::CutOff() {
 void Manifest::CheckHead(const ManifestHead& head) const {
   const Json wanted = HeadLine(head);
   const Json line = Json::parse(LineAt(0), nullptr, false);
-  if (!line.is_object() || line.value("type", "") != wanted["type"]) Fail("is none of this program");
+  if (!line.is_object() || line.value("type", Json()) != wanted["type"]) Fail("is none of this program");
   for (const char* size : {"source_size", "sector_size"}) {
     if (!line.contains(size) || line[size] != wanted[size]) {
       Fail("is about a source of " + line.value("source_size", Json()).dump() + " bytes in sectors of " +

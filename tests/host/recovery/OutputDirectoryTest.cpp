@@ -66,9 +66,11 @@ TEST(OutputDirectoryTest, RefusesAManifestOfSomethingElse) {
     EXPECT_THROW(OutputDirectory(workspace / "out", other), Failure);
   }
   EXPECT_NO_THROW(OutputDirectory(workspace / "out", kHead));
-  WriteFile(workspace / "manifest.jsonl", BytesOf("{}\n"));
-  EXPECT_THROW(OutputDirectory(workspace.Path(), kHead), Failure);
-  EXPECT_EQ(ReadFile(workspace / "manifest.jsonl"), BytesOf("{}\n"));
+  for (const char* line : {"{}\n", "{\"type\":1}\n", "{\"type\":null}\n", "[]\n", "\n"}) {
+    WriteFile(workspace / "manifest.jsonl", BytesOf(line));
+    EXPECT_THROW(OutputDirectory(workspace.Path(), kHead), Failure) << line;
+    EXPECT_EQ(ReadFile(workspace / "manifest.jsonl"), BytesOf(line));
+  }
 }
 
 TEST(OutputDirectoryTest, AManifestWithoutAHeadIsBegunAnewOnlyWhenItIsAlone) {
