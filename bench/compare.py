@@ -51,10 +51,6 @@ OUTPUT_LIMIT = 12 << 30  # of the memory file system
 GRACE = 5  # seconds from being asked to stop to being killed
 SCALPEL_LARGEST = 10_000_000  # bytes for a file; its own configuration allows up to 500 MB
 
-# Rows of qzmtraw whose sizes may lie far beyond the file, for a run without them.
-WILD_ROWS = {67, 119, 121, 189, 301, 313, 318}
-ROW_COUNT = 320
-
 # Kinds that one of the programs knows: the names of such files, and how they begin. A file counts only if both are
 # right.
 KINDS = {
@@ -326,7 +322,7 @@ def finds_of_qzmtraw(out):
         entry = json.loads(line)
         if entry["type"] == "find":
             path = entry.get("path")
-            yield Find(entry["offset"], entry["size"], pathlib.Path(path) if path else None)
+            yield Find(entry["offset"], entry["written" if path else "size"], pathlib.Path(path) if path else None)
 
 
 def finds_of_photorec(out):
@@ -387,14 +383,14 @@ def runs(image, out):
     """What is measured, by name. The commands run in OUT and write below it."""
     recover = [TOOL, "recover", image, "--out", out / "found", "--format", "jsonl"]
     scan = [TOOL, "scan", image, "--format", "jsonl"]
-    tame = ["--types", ",".join(str(row) for row in range(ROW_COUNT) if row not in WILD_ROWS)]
     photorec = ["photorec", "/d", out / "found", "/cmd", image,
                 "partition_none,options,wholespace,fileopt,everything,enable,search"]
     foremost = ["foremost", "-t", "all", "-i", image, "-o", out / "found"]
     scalpel = ["scalpel", "-c", out / "scalpel.conf", "-o", out / "found"]
     return {
         "qzmtraw": Run("qzmtraw", "recover", recover, finds_of_qzmtraw),
-        "qzmtraw-tame": Run("qzmtraw", "recover --types …", [*recover, *tame], finds_of_qzmtraw),
+        "qzmtraw-embedded": Run("qzmtraw", "recover --embedded", [*recover, "--embedded"], finds_of_qzmtraw),
+        "qzmtraw-all": Run("qzmtraw", "recover --all", [*recover, "--all", "--ignore-free-space"], finds_of_qzmtraw),
         "photorec": Run("photorec", "everything,enable", photorec, finds_of_photorec),
         "foremost": Run("foremost", "-t all", foremost, finds_of_foremost),
         "foremost-q": Run("foremost", "-t all -q", [*foremost, "-q"], finds_of_foremost),
@@ -402,6 +398,7 @@ def runs(image, out):
         "scalpel-q": Run("scalpel", "-q 512", [*scalpel, "-q", "512", image], finds_of_scalpel),
         "list": Run("qzmtraw", "scan", scan, finds_of_qzmtraw, True),
         "list-1": Run("qzmtraw", "scan --jobs 1", [*scan, "--jobs", "1"], finds_of_qzmtraw, True),
+        "list-all": Run("qzmtraw", "scan --all", [*scan, "--all"], finds_of_qzmtraw, True),
         "list-foremost": Run("foremost", "-t all -q -w", [*foremost, "-q", "-w"], finds_of_foremost, True),
         "list-scalpel": Run("scalpel", "-q 512 -p", [*scalpel, "-q", "512", "-p", image], finds_of_scalpel, True),
     }

@@ -34,6 +34,22 @@ bool FindJudge::IsSizeDoubtful(const Find& find) const {
          (type.facts.size == SizeSource::kTail && find.size % sectorSize_ == 0);
 }
 
+bool FindJudge::IsWholeText(const Find& find) const {
+  const TypeInfo& type = TypeOf(find);
+  return type.facts.standing == Standing::kText && find.size != 0 && find.size != type.greatestSize;
+}
+
+Find FindJudge::EndedByText(const Find& find, const Find& text) const {
+  // Detectors count up to two bytes behind a mark, whatever stands there.
+  constexpr std::uint64_t kMostBehindMark = 2;
+  const TypeFacts& facts = TypeOf(find).facts;
+  if (facts.standing != Standing::kKeyword || facts.size != SizeSource::kTail || find.size == 0) return find;
+  if ((find.size - 1) / sectorSize_ != (text.size - 1) / sectorSize_) return find;
+  const bool isMarkSeen = find.size % sectorSize_ != 0;
+  if (isMarkSeen && text.size < find.size && find.size - text.size > kMostBehindMark) return find;
+  return {.startSector = find.startSector, .size = text.size, .row = find.row};
+}
+
 unsigned FindJudge::StrengthOf(const Find& find) const {
   const Confidence confidence = ConfidenceOf(find);
   if (confidence < Confidence::kFromHeader || planner_.Plan(find).plan.isTruncated) return 0;

@@ -38,6 +38,15 @@ class FindJudge {
   /// Whether the size, which isn't 0, says where the file ends at most rather than where it ends.
   [[nodiscard]] bool IsSizeDoubtful(const Find& find) const;
 
+  /// Whether the find is a text whose end was seen.
+  [[nodiscard]] bool IsWholeText(const Find& find) const;
+
+  /// Lets a find that its keywords and an end mark make known end where its text does. The mark may have a line's end
+  /// behind it, or is only known to stand somewhere in the last sector.
+  /// \param text  A find with the same start, which is a whole text.
+  /// \return The find, with the text's size if that ends in the same sector and not before the mark.
+  [[nodiscard]] Find EndedByText(const Find& find, const Find& text) const;
+
   /// How much a find's extent is worth: 0 none, because its size isn't known, isn't to be relied on, or goes on beyond
   /// the device; 1 that of a size from a header; 2 that of an end that was looked at, or of a file that holds files.
   [[nodiscard]] unsigned StrengthOf(const Find& find) const;

@@ -72,9 +72,12 @@ std::optional<std::uint64_t> JudgedFinds::NextStart(const Find& find) {
 std::optional<JudgedFinds::Listed> JudgedFinds::Selection::Next() {
   if (!next_) return std::nullopt;
   Find best = *next_;
-  while ((next_ = cursor_.Next()) && next_->startSector == best.startSector) {
+  std::optional<Find> text;
+  for (; next_ && next_->startSector == best.startSector; next_ = cursor_.Next()) {
     if (judge_.IsBetter(*next_, best)) best = *next_;
+    if (judge_.IsWholeText(*next_) && (!text || judge_.IsBetter(*next_, *text))) text = next_;
   }
+  if (text) best = judge_.EndedByText(best, *text);
   return Listed{best, tracker_.Add(best)};
 }
 

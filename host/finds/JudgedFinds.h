@@ -19,14 +19,16 @@ namespace qzmtraw::host {
 ///     JudgedFinds finds(store, judge);                  // judged, or with Listing::kAll as they were reported
 ///     while (const auto record = finds.Next()) { … }    // a FindRecord, complete but for what is learned by looking
 ///
-/// The judged list has one find for each start, the best by FindJudge::IsBetter. Those that lie inside of another
+/// The judged list has one find for each start, the best by FindJudge::IsBetter, with the end of the text that it is if
+/// another one has seen that (FindJudge::EndedByText). Those that lie inside of another
 /// listed one name it in `embeddedIn`; a recovery leaves them out unless it is told otherwise. Sizes that are open or
 /// doubtful end where the next listed find starts that isn't embedded, but those of text with keywords and of
 /// signatures not where other text or something loose seems to start. Those of embedded finds end at the next listed
 /// find of any kind, and where the outer find ends.
 ///
 /// What is listed depends on the finds alone, so lists may be judged again: the judged list of several judged lists
-/// together is that of all their finds. It takes the memory of three cursors of the store.
+/// together is that of all their finds, unless one of them left out a text that would have ended a find of another. It
+/// takes the memory of three cursors of the store.
 class JudgedFinds {
  public:
   enum class Listing { kJudged, kAll };

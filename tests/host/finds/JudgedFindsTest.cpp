@@ -64,6 +64,20 @@ std::vector<Told> JudgedOneByOne(const std::vector<Find>& finds, const FindJudge
     const auto [place, isNew] = best.try_emplace(find.startSector, find);
     if (!isNew && judge.IsBetter(find, place->second)) place->second = find;
   }
+  for (auto& [start, find] : best) {
+    const TypeFacts& facts = judge.TypeOf(find).facts;
+    if (facts.standing != Standing::kKeyword || facts.size != SizeSource::kTail || find.size == 0) continue;
+    std::optional<Find> text;
+    for (const Find& other : finds) {
+      const TypeInfo& type = judge.TypeOf(other);
+      const bool isText = other.startSector == start && type.facts.standing == Standing::kText && other.size > 0 &&
+                          other.size != type.greatestSize;
+      if (isText && (!text || judge.IsBetter(other, *text))) text = other;
+    }
+    const auto roundedUp = [&](std::uint64_t size) { return (Wide{size} + sectorSize - 1) / sectorSize; };
+    if (!text || roundedUp(text->size) != roundedUp(find.size)) continue;
+    if (find.size % sectorSize == 0 || Wide{text->size} + 2 >= find.size) find.size = text->size;
+  }
   const auto startOf = [&](const Find& find) { return Wide{find.startSector} * sectorSize; };
   const auto isTrusted = [&](const Find& find) {
     return judge.ConfidenceOf(find) >= Confidence::kFromHeader && startOf(find) + find.size <= deviceSize;
@@ -269,6 +283,34 @@ TEST_F(JudgedFindsTest, AllFindsAreListedAsTheyAre) {
     EXPECT_FALSE(records[i].embeddedIn);
     EXPECT_EQ(records[i].plan.length, finds[i].size);
   }
+}
+
+TEST_F(JudgedFindsTest, TextWithKeywordsEndsWhereItsTextDoes) {
+  const auto sizeWith = [this](const Find& find, std::uint64_t text, std::int32_t row = 49) {
+    const std::vector<Told> told = Judged({find, {10, text, row}}, judge);
+    EXPECT_EQ(told.at(0).find.row, find.row);
+    EXPECT_EQ(told.at(0).length, told.at(0).find.size);
+    return told.at(0).find.size;
+  };
+  const Find page{10, 7680, 260};
+  EXPECT_EQ(sizeWith(page, 7583), 7583U);
+  EXPECT_EQ(sizeWith(page, 7169), 7169U);
+  EXPECT_EQ(sizeWith(page, 7168), 7680U) << "the text ends in the sector before";
+  EXPECT_EQ(sizeWith(page, 7681), 7680U) << "the text ends in the sector behind";
+  EXPECT_EQ(sizeWith(page, 0), 7680U) << "the text's end wasn't seen";
+  EXPECT_EQ(sizeWith(page, 7582, 47), 7582U) << "UTF-16";
+  const Find xml{10, 3498, 39};
+  EXPECT_EQ(sizeWith(xml, 3497), 3497U);
+  EXPECT_EQ(sizeWith(xml, 3496), 3496U);
+  EXPECT_EQ(sizeWith(xml, 3495), 3498U) << "the mark was seen behind the text's end";
+  EXPECT_EQ(sizeWith(xml, 3500), 3500U);
+  EXPECT_EQ(sizeWith({10, 65530, 39}, 65536), 65530U) << "a text of the greatest size goes on";
+  EXPECT_EQ(sizeWith({10, 22061, 24}, 22062), 22061U) << "its end isn't a mark's";
+  const FindRecord record = Records({page, {10, 7583, 49}, {12, 300, 49}}, judge).at(0);
+  EXPECT_EQ(record.confidence, Confidence::kCheckedEnd);
+  EXPECT_FALSE(record.plan.isEstimated);
+  EXPECT_EQ(record.notes, std::vector<std::string>{});
+  EXPECT_TRUE(Records({page, {10, 7583, 49}, {12, 300, 49}}, judge).at(1).embeddedIn);
 }
 
 /// Finds close together, at places and of sizes that go beyond every device as well.
