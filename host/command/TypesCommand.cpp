@@ -61,7 +61,7 @@ void WriteJsonLines(const TypeCatalogue& catalogue, const std::vector<std::int32
     line["group"] = TextOrNull(type.group);
     line["group_guid"] = TextOrNull(type.groupGuid);
     line["size_source"] = SizeSourceName(type.facts.size);
-    line["size_reliable"] = type.facts.size != SizeSource::kNone && !type.facts.isFarOn;
+    line["size_reliable"] = type.facts.size != SizeSource::kNone && type.facts.reach != Reach::kFarOn;
     line["size_min"] = type.hints ? Json(type.hints->least) : Json(nullptr);
     line["size_max"] = type.hints ? Json(type.hints->greatest) : Json(nullptr);
     line["size_limit"] = type.greatestSize == 0 ? Json(nullptr) : Json(type.greatestSize);

@@ -30,7 +30,7 @@ Confidence FindJudge::ConfidenceOf(const Find& find) const {
 bool FindJudge::IsSizeDoubtful(const Find& find) const {
   const TypeInfo& type = TypeOf(find);
   if (find.size == 0) return false;
-  return type.facts.isFarOn || find.size == type.greatestSize ||
+  return type.facts.reach == Reach::kFarOn || find.size == type.greatestSize ||
          (type.facts.size == SizeSource::kTail && find.size % sectorSize_ == 0);
 }
 
@@ -70,7 +70,7 @@ FindRecord FindJudge::Record(const Find& find, const CarvePlan& plan) const {
     if (find.size == type.greatestSize) {
       record.notes.emplace_back(kNoteClipped);
     } else {
-      record.notes.emplace_back(type.facts.isFarOn ? kNoteFarOn : kNoteNoEnd);
+      record.notes.emplace_back(type.facts.reach == Reach::kFarOn ? kNoteFarOn : kNoteNoEnd);
     }
   }
   if (plan.isEstimated) record.notes.emplace_back(kNoteEstimated);

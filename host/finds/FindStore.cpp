@@ -13,7 +13,7 @@ static_assert(std::is_trivially_copyable_v<Find>);
 constexpr std::size_t kRunsPerMerge = 64;
 
 /// The share of the memory that the buffers of one cursor take.
-constexpr std::size_t kCursorShare = 4;
+constexpr std::size_t kCursorShare = 8;
 
 /// Below this a store isn't worth its name.
 constexpr std::size_t kLeastCapacity = 16;

@@ -31,13 +31,17 @@ std::optional<FindRecord> JudgedFinds::Next() {
   following_ = listed_->Next();
   FindRecord record = judge_.Record(listed.find, PlanFor(listed));
   record.embeddedIn = listed.embeddedIn;
+  if (listed.isOverrun) {
+    record.confidence = Confidence::kStartOnly;
+    record.notes.insert(record.notes.begin(), kNoteNoEnd);
+  }
   if (listed.find.size != 0 && record.plan.length > listed.find.size) record.notes.emplace_back(kNoteShortfall);
   return record;
 }
 
 CarvePlan JudgedFinds::PlanFor(const Listed& listed) {
   const CarvePlanner& planner = judge_.Planner();
-  const bool isDoubtful = judge_.IsSizeDoubtful(listed.find);
+  const bool isDoubtful = listed.isOverrun || judge_.IsSizeDoubtful(listed.find);
   if (listed.find.size != 0 && !isDoubtful) {
     CarvePlan plan = planner.Plan(listed.find).plan;
     Find whole = listed.find;
@@ -69,7 +73,7 @@ std::optional<std::uint64_t> JudgedFinds::NextStart(const Find& find) {
   return ahead.find->find.startSector;
 }
 
-std::optional<JudgedFinds::Listed> JudgedFinds::Selection::Next() {
+std::optional<Find> JudgedFinds::BestFinds::Next() {
   if (!next_) return std::nullopt;
   Find best = *next_;
   std::optional<Find> text;
@@ -77,8 +81,28 @@ std::optional<JudgedFinds::Listed> JudgedFinds::Selection::Next() {
     if (judge_.IsBetter(*next_, best)) best = *next_;
     if (judge_.IsWholeText(*next_) && (!text || judge_.IsBetter(*next_, *text))) text = next_;
   }
-  if (text) best = judge_.EndedByText(best, *text);
-  return Listed{best, tracker_.Add(best)};
+  return text ? judge_.EndedByText(best, *text) : best;
+}
+
+std::optional<JudgedFinds::Listed> JudgedFinds::Selection::Next() {
+  const std::optional<Find> find = finds_.Next();
+  if (!find) return std::nullopt;
+  Listed listed{.find = *find, .isOverrun = IsOverrun(*find)};
+  Find known = *find;
+  if (listed.isOverrun) known.size = 0;
+  listed.embeddedIn = tracker_.Add(known);
+  return listed;
+}
+
+/// Whether a file surely starts inside of a find of which no part is a file. Takes the finds in ascending order.
+bool JudgedFinds::Selection::IsOverrun(const Find& find) {
+  if (judge_.TypeOf(find).facts.reach != Reach::kOverruns) return false;
+  const auto isSure = [this](const Find& other) {
+    const TypeFacts& facts = judge_.TypeOf(other).facts;
+    return facts.standing == Standing::kSignature && facts.reach != Reach::kOverruns && judge_.StrengthOf(other) == 2;
+  };
+  while (sure_ && (sure_->startSector <= find.startSector || !isSure(*sure_))) sure_ = ahead_.Next();
+  return sure_ && judge_.ExtentOf(*sure_).start < judge_.ExtentOf(find).end;
 }
 
 }  // namespace qzmtraw::host

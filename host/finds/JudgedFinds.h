@@ -28,7 +28,7 @@ namespace qzmtraw::host {
 ///
 /// What is listed depends on the finds alone, so lists may be judged again: the judged list of several judged lists
 /// together is that of all their finds, unless one of them left out a text that would have ended a find of another. It
-/// takes the memory of three cursors of the store.
+/// takes the memory of six cursors of the store.
 class JudgedFinds {
  public:
   enum class Listing { kJudged, kAll };
@@ -40,25 +40,42 @@ class JudgedFinds {
   std::optional<FindRecord> Next();
 
  private:
+  /// The best find of each start.
+  class BestFinds {
+   public:
+    BestFinds(const FindStore& finds, const FindJudge& judge) : judge_(judge), cursor_(finds), next_(cursor_.Next()) {}
+    std::optional<Find> Next();
+
+   private:
+    FindJudge judge_;
+    FindStore::Cursor cursor_;
+    std::optional<Find> next_;
+  };
+
   /// A find of the judged list and the one that it lies inside of.
   struct Listed {
     Find find;
-    std::optional<Find> embeddedIn;
+    std::optional<Find> embeddedIn{};
+    /// Its size goes into a later file.
+    bool isOverrun = false;
   };
 
   /// The judged list, without plans.
   class Selection {
    public:
-    Selection(const FindStore& finds, const FindJudge& judge) : judge_(judge), cursor_(finds), tracker_(judge) {
-      next_ = cursor_.Next();
-    }
+    Selection(const FindStore& finds, const FindJudge& judge)
+        : judge_(judge), finds_(finds, judge), tracker_(judge), ahead_(finds, judge), sure_(ahead_.Next()) {}
     std::optional<Listed> Next();
 
    private:
+    [[nodiscard]] bool IsOverrun(const Find& find);
+
     FindJudge judge_;
-    FindStore::Cursor cursor_;
+    BestFinds finds_;
     EmbeddingTracker tracker_;
-    std::optional<Find> next_;
+    /// Runs ahead to the next find that is surely a file.
+    BestFinds ahead_;
+    std::optional<Find> sure_;
   };
 
   /// Runs ahead to the finds that end others.

@@ -8,11 +8,9 @@ namespace {
 // The words of the table.
 constexpr bool kHolds = true;
 constexpr bool kPlain = false;
-constexpr bool kFarOn = true;
-constexpr bool kAsTold = false;
 
 #define FACTS(row, name, size, standing, rank, container, reach, excess) \
-  TypeFacts{#name, SizeSource::k##size, Standing::k##standing, Rank::k##rank, k##container, k##reach, excess},
+  TypeFacts{#name, SizeSource::k##size, Standing::k##standing, Rank::k##rank, k##container, Reach::k##reach, excess},
 constexpr auto kFacts = std::to_array<TypeFacts>({
 #include "host/types/TypeFacts.def"
 });

@@ -38,6 +38,16 @@ inline constexpr std::size_t kStandingCount = 4;
 /// Among rows of one standing that report the same files, from the widest on.
 enum class Rank { kGeneral, kUsual, kSpecial };
 
+/// How far told sizes go.
+enum class Reach {
+  kAsTold,
+  /// At times into later files, up to another mark, because the end mark stood in two sectors. Nothing that lies in
+  /// such a file is a file, so one that starts inside tells of it.
+  kOverruns,
+  /// They may be anything, and often go far beyond the file.
+  kFarOn,
+};
+
 /// What the tool knows about a row beyond what the library's interface tells.
 struct TypeFacts {
   /// By which the documentation knows the detector.
@@ -47,8 +57,7 @@ struct TypeFacts {
   Rank rank = Rank::kUsual;
   /// Files of other kinds lie in it as a rule.
   bool holdsFiles = false;
-  /// Told sizes may be anything, and often reach far beyond the file.
-  bool isFarOn = false;
+  Reach reach = Reach::kAsTold;
   /// So many bytes a told size may be too large.
   std::uint64_t excess = 0;
 };

@@ -79,9 +79,22 @@ std::vector<Told> JudgedOneByOne(const std::vector<Find>& finds, const FindJudge
     if (find.size % sectorSize == 0 || Wide{text->size} + 2 >= find.size) find.size = text->size;
   }
   const auto startOf = [&](const Find& find) { return Wide{find.startSector} * sectorSize; };
-  const auto isTrusted = [&](const Find& find) {
+  const auto isKnown = [&](const Find& find) {
     return judge.ConfidenceOf(find) >= Confidence::kFromHeader && startOf(find) + find.size <= deviceSize;
   };
+  const auto isSurelyFile = [&](const Find& find) {
+    const TypeFacts& facts = judge.TypeOf(find).facts;
+    const bool isChecked = judge.ConfidenceOf(find) == Confidence::kCheckedEnd || facts.holdsFiles;
+    return facts.standing == Standing::kSignature && facts.reach != Reach::kOverruns && isChecked && isKnown(find);
+  };
+  const auto isOverrun = [&](const Find& find) {
+    if (judge.TypeOf(find).facts.reach != Reach::kOverruns || !isKnown(find)) return false;
+    return std::ranges::any_of(best, [&](const auto& other) {
+      return other.first > find.startSector && startOf(other.second) < startOf(find) + find.size &&
+             isSurelyFile(other.second);
+    });
+  };
+  const auto isTrusted = [&](const Find& find) { return isKnown(find) && !isOverrun(find); };
   const auto strength = [&](const Find& find) {
     if (!isTrusted(find)) return 0;
     return judge.ConfidenceOf(find) == Confidence::kCheckedEnd || judge.TypeOf(find).facts.holdsFiles ? 2 : 1;
@@ -105,7 +118,7 @@ std::vector<Told> JudgedOneByOne(const std::vector<Find>& finds, const FindJudge
   }
   std::vector<Told> told;
   for (const auto& [start, find] : best) {
-    Told each{find, {}, 0, find.size == 0 || judge.IsSizeDoubtful(find)};
+    Told each{find, {}, 0, find.size == 0 || judge.IsSizeDoubtful(find) || isOverrun(find)};
     const bool isInner = outers.contains(start);
     Wide end = startOf(find) + (find.size != 0 ? find.size : kMost);
     if (find.size == 0 && judge.TypeOf(find).hints) end = startOf(find) + judge.TypeOf(find).hints->greatest;
@@ -265,6 +278,28 @@ TEST_F(JudgedFindsTest, WhatASizeLeavesOutIsTakenAsWell) {
   EXPECT_EQ(atTheEnd.plan.length, 512U);
   EXPECT_FALSE(atTheEnd.plan.isTruncated);
   EXPECT_EQ(Records({{10, 1000, 182}}, judge, JudgedFinds::Listing::kAll).at(0).plan.length, 1000U);
+}
+
+TEST_F(JudgedFindsTest, AFileInsideOfAPictureTellsThatThePictureHadEnded) {
+  const Find picture{10, 100001, 73};
+  const Find zip{30, 5001, 143};
+  const Find text{20, 600, 49};
+  EXPECT_EQ(Judged({picture, text, zip}, judge),
+            (std::vector<Told>{{picture, {}, 20 * 512, true}, {text, {}, 600}, {zip, {}, 5001}}));
+  const FindRecord record = Records({picture, zip}, judge).at(0);
+  EXPECT_EQ(record.confidence, Confidence::kStartOnly);
+  EXPECT_EQ(record.notes, (std::vector<std::string>{kNoteNoEnd, kNoteEstimated}));
+  const auto isEmbedded = [&](const Find& outer, const Find& inner) {
+    return Judged({outer, inner}, judge).at(1).embeddedIn.has_value();
+  };
+  EXPECT_TRUE(isEmbedded(picture, text)) << "text may be anywhere";
+  EXPECT_TRUE(isEmbedded(picture, {30, 600, 118})) << "so may a few bytes";
+  EXPECT_TRUE(isEmbedded(picture, {30, 0, 157})) << "and a start without an end";
+  EXPECT_TRUE(isEmbedded(picture, {30, 600, 75})) << "a size from a header isn't sure enough";
+  EXPECT_FALSE(isEmbedded(picture, {30, 600000, 69})) << "wherever it ends";
+  EXPECT_EQ(Judged({picture, {206, 5001, 143}}, judge).at(0).length, 100001U) << "it starts behind the picture";
+  EXPECT_EQ(Judged({picture, {205, 5001, 143}}, judge).at(0).length, 195U * 512);
+  EXPECT_TRUE(isEmbedded({10, 100001, 69}, {30, 5001, 69})) << "the ends of other kinds aren't missed";
 }
 
 TEST_F(JudgedFindsTest, TextEndsNoSignature) {
