@@ -2,9 +2,9 @@
 
 #include "host/base/Error.h"
 #include "host/base/JsonLine.h"
+#include "host/base/SqliteDatabase.h"
 #include "host/base/Text.h"
 #include "host/outputs/FindListFormat.h"
-#include "host/base/SqliteDatabase.h"
 #include "host/outputs/SqliteSchema.h"
 
 namespace qzmtraw::host {

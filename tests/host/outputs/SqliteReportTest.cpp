@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "host/base/Error.h"
-#include "host/outputs/FindList.h"
 #include "host/base/SqliteDatabase.h"
+#include "host/outputs/FindList.h"
 #include "host/outputs/SqliteReport.h"
 #include "host/types/Registry.h"
 #include "tests/host/support/Records.h"
