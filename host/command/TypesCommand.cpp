@@ -44,7 +44,9 @@ void WriteTable(const TypeCatalogue& catalogue, const std::vector<std::int32_t>&
                      std::string(CategoryName(type.category)), type.group, std::string(SizeSourceName(type.facts.size)),
                      SizesOf(type), Printable(type.description), Shortened(type.rule.start));
   }
-  out << '\n' << CountText(rows.size(), "file type", "file types") << ". Those of one group share the work of reading a file.\n";
+  out << '\n'
+      << CountText(rows.size(), "file type", "file types")
+      << ". Those of one group share the work of reading a file.\n";
 }
 
 Json TextOrNull(const std::string& text) { return text.empty() ? Json(nullptr) : Json(text); }
