@@ -67,7 +67,7 @@ void Recovery::Run() {
   }
 }
 
-FindsToCopy Recovery::Finds() const { return {finds_, job_.Judge(), job_.Listing(), job_.ScannedDevice()}; }
+FindsToCopy Recovery::Finds() { return {finds_, job_.Judge(), job_.Listing(), job_.ScannedDevice(), ends_}; }
 
 bool Recovery::IsToCopy(const FindRecord& record) const { return options_.embedded || !record.embeddedIn; }
 

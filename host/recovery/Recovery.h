@@ -51,7 +51,7 @@ class Recovery {
     std::unique_ptr<CopyTask> task{};
   };
 
-  [[nodiscard]] FindsToCopy Finds() const;
+  [[nodiscard]] FindsToCopy Finds();
   [[nodiscard]] bool IsToCopy(const FindRecord& record) const;
   void Prepare();
   std::unique_ptr<Step> Begin(const FindRecord& record);
@@ -67,6 +67,7 @@ class Recovery {
   OutputDirectory& directory_;
   const RecoveryOptions& options_;
   std::ostream* terminal_;
+  WalkedEnds ends_;
   CopyNamer namer_;
   /// Of the copies of earlier runs.
   std::uint64_t doneLeft_;

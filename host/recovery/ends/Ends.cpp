@@ -13,20 +13,31 @@ struct RowWalk {
 
 /// Only raw pictures that have nothing behind what their directories tell of.
 constexpr std::array kRowWalks = {
+    RowWalk{70, EndOfGif},               // gif
+    RowWalk{73, EndOfPng},               // png
     RowWalk{77, EndOfTiff},              // cr2
     RowWalk{80, EndOfTiff},              // nef
     RowWalk{83, EndOfRaf},               // raf
+    RowWalk{86, EndOfTiff},              // tif
+    RowWalk{91, EndOfIcon},              // ico
     RowWalk{97, EndOfTiff},              // dng
     RowWalk{103, EndOfTiff},             // arw
+    RowWalk{119, EndOfSgi},              // sgi
     RowWalk{154, EndOfTar},              // tar
     RowWalk{164, EndOfAr},               // deb
+    RowWalk{189, EndOfFlashVideo},       // flv
     RowWalk{203, EndOfMxf},              // mxf
     RowWalk{218, EndOfDirectorMovie},    // dcr
     RowWalk{255, EndOfProgramDatabase},  // pdb
     RowWalk{287, EndOfRegistryHive},     // hiv
     RowWalk{289, EndOfShortcut},         // lnk
-    RowWalk{297, EndOfAr},               // lib
-    RowWalk{311, EndOfResources},        // res
+    RowWalk{290, EndOfElf},              // unix
+    RowWalk{291, EndOfElf},
+    RowWalk{292, EndOfElf},
+    RowWalk{297, EndOfAr},         // lib
+    RowWalk{311, EndOfResources},  // res
+    RowWalk{313, EndOfType1Font},  // pfb
+    RowWalk{318, EndOfTrueType},   // ttf
 };
 
 }  // namespace

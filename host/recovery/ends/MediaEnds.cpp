@@ -28,6 +28,24 @@ std::optional<std::uint64_t> EndOfMxf(ByteReader& file) {
   return at == 0 ? std::nullopt : std::optional(at);
 }
 
+std::optional<std::uint64_t> EndOfFlashVideo(ByteReader& file) {
+  constexpr std::uint64_t kTagHeadSize = 11;
+  constexpr std::uint64_t kBackPointerSize = 4;
+  const auto headSize = file.Number<4>(5, ByteOrder::kBig);
+  if (!headSize) return std::nullopt;
+  const std::uint64_t start = *headSize + kBackPointerSize;
+  std::uint64_t at = start;
+  while (true) {
+    const auto kind = file.Number<1>(at);
+    const auto size = file.Number<3>(at + 1, ByteOrder::kBig);
+    // Sound, pictures, and what is told of both.
+    const bool isTag = kind && size && (*kind == 8 || *kind == 9 || *kind == 18);
+    if (!isTag || file.Number<4>(at + kTagHeadSize + *size, ByteOrder::kBig) != kTagHeadSize + *size) break;
+    at += kTagHeadSize + *size + kBackPointerSize;
+  }
+  return at == start ? std::nullopt : std::optional(at);
+}
+
 std::optional<std::uint64_t> EndOfDirectorMovie(ByteReader& file) {
   constexpr std::uint64_t kHeadSize = 8;
   constexpr std::uint64_t kLeastBytes = 64;

@@ -1,6 +1,7 @@
 #include <algorithm>
 #include <array>
 #include <set>
+#include <string_view>
 #include <vector>
 
 #include "host/recovery/ends/Ends.h"
@@ -10,6 +11,9 @@ namespace {
 
 /// No picture is larger; who says so was damaged.
 constexpr std::uint64_t kMostPictureSize = std::uint64_t{512} << 20U;
+
+/// Of all channels together.
+constexpr std::uint64_t kMostSgiRows = 1U << 18U;
 
 /// Goes through the directories of a TIFF file.
 class TiffWalk {
@@ -135,6 +139,21 @@ class TiffWalk {
   std::uint64_t end_ = 0;
 };
 
+/// Behind the pieces of a GIF's block, of which each tells its size and the last one has none.
+std::optional<std::uint64_t> BehindGifPieces(ByteReader& file, std::uint64_t at) {
+  while (true) {
+    const auto size = file.Number<1>(at);
+    if (!size) return std::nullopt;
+    at += 1 + *size;
+    if (*size == 0) return at;
+  }
+}
+
+/// The bytes of a GIF's table of colours; its flags tell whether there is one.
+std::uint64_t GifColoursSize(std::uint64_t flags) {
+  return (flags & 0x80U) == 0 ? 0 : std::uint64_t{6} << (flags & 7U);
+}
+
 }  // namespace
 
 std::optional<std::uint64_t> EndOfTiff(ByteReader& file) { return TiffWalk(file).End(); }
@@ -151,6 +170,88 @@ std::optional<std::uint64_t> EndOfRaf(ByteReader& file) {
     end = std::max(end, *offset + *size);
   }
   if (end <= kHeadSize || end > kMostPictureSize) return std::nullopt;
+  return end;
+}
+
+std::optional<std::uint64_t> EndOfGif(ByteReader& file) {
+  constexpr std::uint64_t kHeadSize = 13;
+  constexpr std::uint64_t kImageHeadSize = 10;
+  const auto flags = file.Number<1>(10);
+  if (!flags) return std::nullopt;
+  std::uint64_t at = kHeadSize + GifColoursSize(*flags);
+  while (at <= kMostPictureSize) {
+    const auto kind = file.Number<1>(at);
+    if (kind == 0x3B) return at + 1;
+    std::uint64_t pieces = 0;
+    if (kind == 0x21) {
+      pieces = at + 2;
+    } else if (kind == 0x2C) {
+      const auto imageFlags = file.Number<1>(at + kImageHeadSize - 1);
+      if (!imageFlags) return std::nullopt;
+      pieces = at + kImageHeadSize + GifColoursSize(*imageFlags) + 1;
+    } else {
+      return std::nullopt;
+    }
+    const auto next = BehindGifPieces(file, pieces);
+    if (!next) return std::nullopt;
+    at = *next;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::uint64_t> EndOfPng(ByteReader& file) {
+  constexpr std::uint64_t kHeadSize = 8;
+  constexpr std::uint64_t kChunkFrame = 12;
+  std::uint64_t at = kHeadSize;
+  while (at <= kMostPictureSize) {
+    const auto size = file.Number<4>(at, ByteOrder::kBig);
+    const std::vector<std::uint8_t> name = file.Part(at + 4, 4);
+    const auto isLetter = [](std::uint8_t c) { return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z'); };
+    if (!size || name.size() != 4 || !std::ranges::all_of(name, isLetter)) return std::nullopt;
+    at += kChunkFrame + *size;
+    if (std::ranges::equal(name, std::string_view("IEND"))) return at;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::uint64_t> EndOfIcon(ByteReader& file) {
+  constexpr std::uint64_t kHeadSize = 6;
+  constexpr std::uint64_t kEntrySize = 16;
+  const std::uint64_t count = file.Number<2>(4).value_or(0);
+  const std::uint64_t least = kHeadSize + count * kEntrySize;
+  std::uint64_t end = 0;
+  for (std::uint64_t i = 0; i < count; ++i) {
+    const auto size = file.Number<4>(kHeadSize + i * kEntrySize + 8);
+    const auto offset = file.Number<4>(kHeadSize + i * kEntrySize + 12);
+    if (!size || !offset || *size == 0 || *offset < least) return std::nullopt;
+    end = std::max(end, *offset + *size);
+  }
+  if (end == 0 || end > kMostPictureSize) return std::nullopt;
+  return end;
+}
+
+std::optional<std::uint64_t> EndOfSgi(ByteReader& file) {
+  constexpr std::uint64_t kHeadSize = 512;
+  const auto isPacked = file.Number<1>(2);
+  const std::uint64_t channelSize = file.Number<1>(3).value_or(0);
+  const std::uint64_t dimensions = file.Number<2>(4, ByteOrder::kBig).value_or(0);
+  const std::uint64_t width = file.Number<2>(6, ByteOrder::kBig).value_or(0);
+  const std::uint64_t height = dimensions < 2 ? 1 : file.Number<2>(8, ByteOrder::kBig).value_or(0);
+  const std::uint64_t channels = dimensions < 3 ? 1 : file.Number<2>(10, ByteOrder::kBig).value_or(0);
+  const std::uint64_t rows = height * channels;
+  std::uint64_t end = kHeadSize;
+  if (isPacked == 0) {
+    end += width * rows * channelSize;
+  } else {
+    // Where each row stands, and behind that how long each is.
+    for (std::uint64_t i = 0; i < rows && i < kMostSgiRows; ++i) {
+      const auto offset = file.Number<4>(kHeadSize + i * 4, ByteOrder::kBig);
+      const auto size = file.Number<4>(kHeadSize + (rows + i) * 4, ByteOrder::kBig);
+      if (!offset || !size) return std::nullopt;
+      end = std::max(end, *offset + *size);
+    }
+  }
+  if (rows > kMostSgiRows || end == kHeadSize || end > kMostPictureSize) return std::nullopt;
   return end;
 }
 

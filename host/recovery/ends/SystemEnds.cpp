@@ -1,8 +1,70 @@
-#include <array>
+#include <algorithm>
+#include <cstddef>
 
 #include "host/recovery/ends/Ends.h"
 
 namespace qzmtraw::host {
+namespace {
+
+/// Goes through what an ELF file's head tells of.
+class ElfWalk {
+ public:
+  explicit ElfWalk(ByteReader& file)
+      : file_(file),
+        isLong_(file.Number<1>(4) == 2),
+        order_(file.Number<1>(5) == 2 ? ByteOrder::kBig : ByteOrder::kLittle) {}
+
+  std::optional<std::uint64_t> End() {
+    constexpr std::uint64_t kMostBytes = std::uint64_t{2} << 30U;
+    const std::uint64_t segmentTable = Word(28, 32);
+    const std::uint64_t sectionTable = Word(32, 40);
+    const std::uint64_t segmentSize = Half(42, 54);
+    const std::uint64_t segmentCount = Half(44, 56);
+    const std::uint64_t sectionSize = Half(46, 58);
+    const std::uint64_t sectionCount = Half(48, 60);
+    Reach(segmentTable, segmentSize * segmentCount);
+    Reach(sectionTable, sectionSize * sectionCount);
+    for (std::uint64_t i = 0; i < segmentCount; ++i) {
+      const std::uint64_t segment = segmentTable + i * segmentSize;
+      Reach(Word(segment + 4, segment + 8), Word(segment + 16, segment + 32));
+    }
+    for (std::uint64_t i = 0; i < sectionCount; ++i) {
+      const std::uint64_t section = sectionTable + i * sectionSize;
+      // Some sections take memory alone.
+      constexpr std::uint64_t kWithoutBytes = 8;
+      if (Number<4>(section + 4) == kWithoutBytes) continue;
+      Reach(Word(section + 16, section + 24), Word(section + 20, section + 32));
+    }
+    if (!isWhole_ || end_ == 0 || end_ > kMostBytes) return std::nullopt;
+    return end_;
+  }
+
+ private:
+  template <std::size_t kSize>
+  std::uint64_t Number(std::uint64_t offset) {
+    const auto number = file_.Number<kSize>(offset, order_);
+    isWhole_ = isWhole_ && number;
+    return number.value_or(0);
+  }
+
+  /// What stands at one of two places, in files of 32 and of 64 bits.
+  std::uint64_t Half(std::uint64_t in32, std::uint64_t in64) { return Number<2>(isLong_ ? in64 : in32); }
+  std::uint64_t Word(std::uint64_t in32, std::uint64_t in64) { return isLong_ ? Number<8>(in64) : Number<4>(in32); }
+
+  void Reach(std::uint64_t offset, std::uint64_t size) {
+    constexpr std::uint64_t kMost = std::uint64_t{1} << 62U;
+    isWhole_ = isWhole_ && offset < kMost && size < kMost;
+    end_ = std::max(end_, isWhole_ ? offset + size : 0);
+  }
+
+  ByteReader& file_;
+  bool isLong_;
+  ByteOrder order_;
+  bool isWhole_ = true;
+  std::uint64_t end_ = 0;
+};
+
+}  // namespace
 
 std::optional<std::uint64_t> EndOfRegistryHive(ByteReader& file) {
   constexpr std::uint64_t kHeadSize = 4096;
@@ -73,6 +135,42 @@ std::optional<std::uint64_t> EndOfProgramDatabase(ByteReader& file) {
   const bool isPowerOf2 = pageSize != 0 && (pageSize & (pageSize - 1)) == 0;
   if (!isPowerOf2 || pageSize < 512 || pageSize > 65536 || pageCount == 0) return std::nullopt;
   return pageSize * pageCount;
+}
+
+std::optional<std::uint64_t> EndOfElf(ByteReader& file) { return ElfWalk(file).End(); }
+
+std::optional<std::uint64_t> EndOfType1Font(ByteReader& file) {
+  constexpr std::uint64_t kMark = 0x80;
+  constexpr std::uint64_t kHeadSize = 6;
+  std::uint64_t at = 0;
+  while (file.Number<1>(at) == kMark) {
+    const auto kind = file.Number<1>(at + 1);
+    if (kind == 3) return at + 2;
+    const auto size = file.Number<4>(at + 2);
+    const bool isSegment = (kind == 1 || kind == 2) && size && *size != 0;
+    if (!isSegment) break;
+    at += kHeadSize + *size;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::uint64_t> EndOfTrueType(ByteReader& file) {
+  constexpr std::uint64_t kHeadSize = 12;
+  constexpr std::uint64_t kEntrySize = 16;
+  constexpr std::uint64_t kMostTables = 256;
+  constexpr std::uint64_t kMostBytes = 256U << 20U;
+  constexpr std::uint64_t kAlignment = 4;
+  const std::uint64_t count = file.Number<2>(4, ByteOrder::kBig).value_or(0);
+  if (count > kMostTables) return std::nullopt;
+  std::uint64_t end = 0;
+  for (std::uint64_t i = 0; i < count; ++i) {
+    const auto offset = file.Number<4>(kHeadSize + i * kEntrySize + 8, ByteOrder::kBig);
+    const auto size = file.Number<4>(kHeadSize + i * kEntrySize + 12, ByteOrder::kBig);
+    if (!offset || !size) return std::nullopt;
+    end = std::max(end, *offset + *size);
+  }
+  if (end <= kHeadSize + count * kEntrySize || end > kMostBytes) return std::nullopt;
+  return (end + kAlignment - 1) / kAlignment * kAlignment;
 }
 
 }  // namespace qzmtraw::host

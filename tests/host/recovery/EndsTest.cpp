@@ -3,6 +3,9 @@
 #include <array>
 #include <cerrno>
 #include <cstdlib>
+#include <string>
+#include <utility>
+#include <vector>
 
 #include "host/recovery/ends/Ends.h"
 #include "tests/host/support/FileOnDevice.h"
@@ -99,6 +102,83 @@ TEST(EndsTest, RawPicturesEndBehindTheirLastStrip) {
   for (const unsigned number : {148U, 300U, 448U, 52U, 500U, 200U}) Append(raf, number, 4, ByteOrder::kBig);
   EXPECT_EQ(EndIn(EndOfRaf, raf), 700U);
   EXPECT_EQ(EndIn(EndOfRaf, Bytes(200), ""), std::nullopt);
+}
+
+/// Files that other programs wrote, with something else behind them.
+TEST(EndsTest, RealFilesEndWhereTheyDo) {
+  const std::vector<std::pair<EndWalk, std::vector<const char*>>> files = {
+      {EndOfGif, {"bitmaps/colour.gif", "bitmaps/magick.gif"}},
+      {EndOfPng, {"bitmaps/colour.png", "bitmaps/magick.png"}},
+      {EndOfIcon, {"bitmaps/one.ico", "bitmaps/two.ico"}},
+      {EndOfSgi, {"bitmaps/colour.sgi", "bitmaps/magick.sgi"}},
+      {EndOfTiff, {"photos/convert.tif", "photos/little.tif", "photos/big-strips.tif", "photos/little-lzw.tif"}},
+      {EndOfElf, {"system/library64.so", "system/object64.o", "system/program32", "system/program64"}},
+      {EndOfType1Font, {"system/adobe.pfb", "system/sample.pfb"}},
+      {EndOfTrueType, {"system/sample.ttf"}},
+      {EndOfFlashVideo, {"media/clip.flv"}},
+      {EndOfRegistryHive, {"system/sample.hiv"}},
+      {EndOfMxf, {"media/picture.mxf"}},
+  };
+  for (const auto& [walk, names] : files) {
+    for (const std::string name : names) {
+      const Bytes content = ReadFile(QZMTRAW_TEST_DATA "/" + name);
+      EXPECT_EQ(EndIn(walk, content), content.size()) << name;
+    }
+  }
+}
+
+/// What a walk says of a real file of which one byte is another.
+End EndWith(EndWalk walk, const char* name, std::size_t place, std::uint8_t byte) {
+  Bytes content = ReadFile(std::string(QZMTRAW_TEST_DATA "/") + name);
+  content.at(place) = byte;
+  return EndIn(walk, content);
+}
+
+TEST(EndsTest, WhatIsDamagedHasNoEnd) {
+  EXPECT_EQ(EndWith(EndOfGif, "bitmaps/colour.gif", 13 + 16 * 3, 0x22), std::nullopt) << "no block";
+  EXPECT_EQ(EndWith(EndOfPng, "bitmaps/colour.png", 12, '1'), std::nullopt) << "no name of a chunk";
+  EXPECT_EQ(EndWith(EndOfPng, "bitmaps/colour.png", 8, 0x20), std::nullopt) << "a chunk that is too large";
+  EXPECT_EQ(EndWith(EndOfIcon, "bitmaps/one.ico", 18, 0), std::nullopt) << "an image inside of the directory";
+  EXPECT_EQ(EndWith(EndOfIcon, "bitmaps/one.ico", 17, 0x7F), std::nullopt) << "an image that is too large";
+  EXPECT_EQ(EndWith(EndOfElf, "system/program64", 0x2F, 1), std::nullopt) << "sections far away";
+  EXPECT_EQ(EndWith(EndOfType1Font, "system/adobe.pfb", 1, 4), std::nullopt) << "no kind of a segment";
+  EXPECT_EQ(EndWith(EndOfTrueType, "system/sample.ttf", 4, 2), std::nullopt) << "too many tables";
+  EXPECT_EQ(EndWith(EndOfTrueType, "system/sample.ttf", 20, 0x7F), std::nullopt) << "a table far away";
+  EXPECT_EQ(EndWith(EndOfFlashVideo, "media/clip.flv", 13, 7), std::nullopt) << "no kind of a tag";
+  EXPECT_EQ(EndWith(EndOfSgi, "bitmaps/colour.sgi", 10, 0xFF), std::nullopt) << "too many rows";
+}
+
+TEST(EndsTest, PicturesOfSgiAreAsLargeAsTheirRows) {
+  const auto picture = [](unsigned packed, unsigned channelSize, unsigned dimensions) {
+    Bytes head = {1, 0xDA};
+    Append(head, packed, 1);
+    Append(head, channelSize, 1);
+    for (const unsigned number : {dimensions, 10U, 20U, 3U}) Append(head, number, 2, ByteOrder::kBig);
+    head.resize(512);
+    return head;
+  };
+  EXPECT_EQ(EndIn(EndOfSgi, picture(0, 1, 3)), 512U + 600);
+  EXPECT_EQ(EndIn(EndOfSgi, picture(0, 2, 3)), 512U + 1200);
+  EXPECT_EQ(EndIn(EndOfSgi, picture(0, 1, 2)), 512U + 200);
+  EXPECT_EQ(EndIn(EndOfSgi, picture(0, 1, 1)), 512U + 10);
+  Bytes packed = picture(1, 1, 2);
+  for (unsigned row = 0; row < 20; ++row) Append(packed, 700 + 5 * (19 - row), 4, ByteOrder::kBig);
+  for (unsigned row = 0; row < 20; ++row) Append(packed, 5, 4, ByteOrder::kBig);
+  EXPECT_EQ(EndIn(EndOfSgi, packed), 800U);
+}
+
+TEST(EndsTest, GifsMayHaveColoursForEachPicture) {
+  Bytes gif = BytesOf("GIF89a");
+  gif.insert(gif.end(), {1, 0, 1, 0, 0, 0, 0});
+  Append(gif,
+         "!\xFE\x03"
+         "abc\x02"
+         "de");
+  gif.push_back(0);
+  gif.insert(gif.end(), {0x2C, 0, 0, 0, 0, 1, 0, 1, 0, 0x81});
+  gif.resize(gif.size() + 12, 0x3B);
+  gif.insert(gif.end(), {2, 1, 0x44, 0, 0x3B});
+  EXPECT_EQ(EndIn(EndOfGif, gif), gif.size());
 }
 
 TEST(EndsTest, FilesOfTheSystemEndWhereTheySay) {

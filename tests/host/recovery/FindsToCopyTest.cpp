@@ -1,0 +1,81 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "host/recovery/FindsToCopy.h"
+#include "host/types/Registry.h"
+#include "tests/host/support/FakeSource.h"
+#include "tests/host/support/Image.h"
+
+namespace qzmtraw::host {
+namespace {
+
+/// A device with a GIF at sector 1, a GIF without an end at 10, and a TrueType font at 20.
+class FindsToCopyTest : public ::testing::Test {
+ protected:
+  FindsToCopyTest() {
+    for (const Find& find : {Find{1, 5000, 70}, Find{10, 5000, 70}, Find{20, 100, 318}}) finds.Add(find);
+    finds.Sort();
+  }
+
+  static Bytes FileNamed(const std::string& name) { return ReadFile(QZMTRAW_TEST_DATA "/" + name); }
+
+  static const TypeCatalogue& Catalogue() {
+    static const TypeCatalogue kCatalogue = ReadTypeCatalogue(OpenRegistry());
+    return kCatalogue;
+  }
+
+  std::vector<FindRecord> Records() {
+    FindsToCopy next(finds, judge, JudgedFinds::Listing::kJudged, device, ends);
+    std::vector<FindRecord> records;
+    while (const auto record = next.Next()) records.push_back(*record);
+    return records;
+  }
+
+  Bytes gif = FileNamed("bitmaps/colour.gif");
+  Bytes font = FileNamed("system/sample.ttf");
+  FakeSource source{Image(std::size_t{100} * 512)
+                        .Put(512, gif)
+                        .Put(std::size_t{10} * 512, Bytes(gif.begin(), gif.begin() + 100))
+                        .Put(std::size_t{20} * 512, font)
+                        .Content()};
+  Device device{source, 512};
+  FindStore finds{0};
+  FindJudge judge{Catalogue(), source.Size(), 512};
+  WalkedEnds ends;
+};
+
+TEST_F(FindsToCopyTest, EndsAreLookedForWhereSizesAreNotToBeReliedOn) {
+  const std::vector<FindRecord> records = Records();
+  ASSERT_EQ(records.size(), 3U);
+  EXPECT_EQ(records[0].find, (Find{1, gif.size(), 70}));
+  EXPECT_EQ(records[0].plan.length, gif.size());
+  EXPECT_FALSE(records[0].plan.isEstimated);
+  EXPECT_EQ(records[0].confidence, Confidence::kFromHeader);
+  EXPECT_EQ(records[0].notes, std::vector<std::string>{});
+  EXPECT_EQ(records[1].find, (Find{10, 5000, 70}));
+  EXPECT_EQ(records[1].plan.length, 5000U);
+  EXPECT_TRUE(records[1].plan.isEstimated);
+  EXPECT_EQ(records[2].find, (Find{20, font.size(), 318}));
+  EXPECT_EQ(records[2].plan.length, font.size());
+}
+
+TEST_F(FindsToCopyTest, NoEndIsLookedForTwice) {
+  const std::vector<FindRecord> first = Records();
+  const int readCount = source.readCount;
+  EXPECT_GT(readCount, 0);
+  const std::vector<FindRecord> second = Records();
+  EXPECT_EQ(source.readCount, readCount);
+  ASSERT_EQ(second.size(), first.size());
+  for (std::size_t i = 0; i < first.size(); ++i) {
+    EXPECT_EQ(second[i].find, first[i].find);
+    EXPECT_EQ(second[i].plan.length, first[i].plan.length);
+  }
+  ends.resize(1);
+  EXPECT_EQ(Records()[2].find, first[2].find) << "those that weren't come to are looked for";
+  EXPECT_GT(source.readCount, readCount);
+}
+
+}  // namespace
+}  // namespace qzmtraw::host
