@@ -34,8 +34,8 @@ HOST_SEEDS = [b'\x00doc, .JPG,157,0', b'\x01' + bytes(8) + 'Bl\u00e4tter\x1b[2J\
               b'"unreadable_bytes":0,"duplicate":false}\n', b'\x12\0{"type":1}\n',
               b'\x13# mine\ntypes = jpg, 144\nexclude=png\n\nmax-size = png=1MiB\n']
 # What files are that have walks to their ends, in the order of the registry's rows, and those that may have titles.
-WALKS = ['gif', 'png', 'tif', 'raf', 'ico', 'sgi', 'tar', 'deb', 'flv', 'mxf', 'dcr', 'pdb', 'hiv', 'lnk', 'o', 'res',
-         'pfb', 'ttf']
+WALKS = ['doc', 'gif', 'png', 'tif', 'raf', 'ico', 'sgi', 'gz', 'tar', 'deb', 'flv', 'mxf', 'dcr', 'pdb', 'hiv', 'lnk', 'o',
+         'dll', 'res', 'pfb', 'ttf']
 TITLED = ['jpg', 'tif', 'docx', 'odt', 'pdf', 'mp3', 'ogg', 'opus', 'flac']
 HOST_WORDS = ['--format', '--sector-size', '--jobs', '--memory', '--types', '--help', '--version', 'table', 'jsonl', 'GiB',
               'KiB', 'MB', '18446744073709551616', '-1', '0x10', 'doc', 'jpg', '157', '3gp', 'scan', 'types', 'merge',

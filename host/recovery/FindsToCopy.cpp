@@ -1,19 +1,40 @@
 #include "host/recovery/FindsToCopy.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace qzmtraw::host {
+
+namespace {
+
+/// Whether a find's size may be another, or isn't known.
+bool IsSizeOpen(const FindRecord& record) {
+  const TypeFacts& facts = record.type->facts;
+  // Those inside of others are rarely copied.
+  return record.plan.isEstimated || (!record.embeddedIn && (facts.size == SizeSource::kPadding || facts.excess != 0));
+}
+
+/// Whether a walk's end may stand in a size's place.
+bool IsPlausible(const FindRecord& record, std::uint64_t end) {
+  // Of a compound document streams are counted twice, but no further than its table goes, which ends in whole sectors.
+  constexpr std::uint64_t kMostExcess = 1U << 16U;
+  if (record.plan.isEstimated || record.type->facts.excess == 0) return true;
+  return end >= record.find.size || record.find.size - end <= kMostExcess;
+}
+
+}  // namespace
 
 std::optional<FindRecord> FindsToCopy::Next() {
   std::optional<FindRecord> record = finds_.Next();
   if (!record) return std::nullopt;
   FindRecord next = std::move(*record);
-  const EndWalk walk = next.plan.isEstimated ? EndWalkFor(next.find.row) : nullptr;
+  const EndWalk walk = IsSizeOpen(next) ? EndWalkFor(next.find.row) : nullptr;
   if (walk == nullptr || next.plan.offset >= device_.RangeEnd()) return next;
-  if (const std::optional<std::uint64_t> end = EndOf(next, walk)) {
+  const std::optional<std::uint64_t> end = EndOf(next, walk);
+  if (end && IsPlausible(next, *end)) {
     next.find.size = *end;
     next.plan = judge_.Planner().Plan(next.find).plan;
-    next.confidence = Confidence::kFromHeader;
+    next.confidence = std::max(next.confidence, Confidence::kFromHeader);
     next.notes.clear();
   }
   return next;

@@ -1,7 +1,11 @@
+#include <zlib.h>
+
 #include <algorithm>
 #include <array>
+#include <memory>
 #include <numeric>
 #include <string_view>
+#include <vector>
 
 #include "host/recovery/ends/Ends.h"
 
@@ -57,6 +61,75 @@ std::optional<std::uint64_t> TarMemberSize(const Block& block) {
   return size > kMostMemberSize ? std::nullopt : std::optional(size);
 }
 
+struct EndInflating {
+  void operator()(z_stream* stream) const { inflateEnd(stream); }
+};
+
+/// Goes through the allocation table of a compound document.
+class CompoundWalk {
+ public:
+  explicit CompoundWalk(ByteReader& file) : file_(file), shift_(file.Number<2>(30).value_or(0)) {}
+
+  std::optional<std::uint64_t> End() {
+    constexpr std::uint64_t kTableCountField = 44;
+    const std::uint64_t tableCount = file_.Number<4>(kTableCountField).value_or(0);
+    if ((shift_ != 9 && shift_ != 12) || tableCount > kMostTables || !ListTables(tableCount)) return std::nullopt;
+    for (std::uint64_t number = tableCount; number-- > 0;) {
+      const auto last = LastInUse(tables_.at(static_cast<std::size_t>(number)));
+      if (!last) return std::nullopt;
+      // The header takes a sector of its own.
+      if (*last != 0) return (number * EntryCount() + *last + 1) << shift_;
+    }
+    return std::nullopt;
+  }
+
+ private:
+  static constexpr std::uint64_t kMostTables = 1U << 16U;
+  static constexpr std::uint64_t kFree = 0xFFFFFFFF;
+
+  [[nodiscard]] std::uint64_t EntryCount() const { return std::uint64_t{1} << (shift_ - 2); }
+  [[nodiscard]] std::uint64_t PlaceOf(std::uint64_t sector) const { return (sector + 1) << shift_; }
+
+  /// Lists the sectors of the table: the first ones stand in the header, the others in sectors of their own, each of
+  /// which ends with the number of the next.
+  bool ListTables(std::uint64_t count) {
+    constexpr std::uint64_t kInHeader = 109;
+    constexpr std::uint64_t kFirstField = 76;
+    constexpr std::uint64_t kNextField = 68;
+    std::uint64_t at = kFirstField;
+    std::uint64_t left = kInHeader;
+    std::uint64_t next = kNextField;
+    while (tables_.size() < count) {
+      if (left == 0) {
+        const auto sector = file_.Number<4>(next);
+        if (!sector) return false;
+        at = PlaceOf(*sector);
+        left = EntryCount() - 1;
+        next = at + left * 4;
+      }
+      const auto table = file_.Number<4>(at);
+      if (!table) return false;
+      tables_.push_back(*table);
+      at += 4;
+      --left;
+    }
+    return true;
+  }
+
+  /// The last entry in a sector of the table that isn't free, counted from 1; 0: all are.
+  std::optional<std::uint64_t> LastInUse(std::uint64_t table) {
+    for (std::uint64_t entry = EntryCount(); entry > 0; --entry) {
+      const auto value = file_.Number<4>(PlaceOf(table) + (entry - 1) * 4);
+      if (!value || *value != kFree) return value ? std::optional(entry) : std::nullopt;
+    }
+    return 0;
+  }
+
+  ByteReader& file_;
+  std::uint64_t shift_;
+  std::vector<std::uint64_t> tables_;
+};
+
 }  // namespace
 
 std::optional<std::uint64_t> EndOfAr(ByteReader& file) {
@@ -92,5 +165,42 @@ std::optional<std::uint64_t> EndOfTar(ByteReader& file) {
   }
   return recordEnd;
 }
+
+std::optional<std::uint64_t> EndOfGzip(ByteReader& file) {
+  // With the format's own header and check sum.
+  constexpr int kWindow = MAX_WBITS + 16;
+  constexpr std::uint64_t kMostUnpacked = std::uint64_t{1} << 30U;
+  constexpr std::uint64_t kSector = 512;
+  z_stream stream{};
+  if (inflateInit2(&stream, kWindow) != Z_OK) return std::nullopt;
+  const std::unique_ptr<z_stream, EndInflating> inflating(&stream);
+  std::vector<Bytef> unpacked(1U << 16U);
+  std::uint64_t at = 0;
+  std::uint64_t total = 0;
+  while (total <= kMostUnpacked) {
+    std::vector<std::uint8_t> packed = file.Part(at, kWalkPieceSize);
+    stream.next_in = packed.data();
+    stream.avail_in = static_cast<uInt>(packed.size());
+    int result = Z_OK;
+    do {
+      stream.next_out = unpacked.data();
+      stream.avail_out = static_cast<uInt>(unpacked.size());
+      result = inflate(&stream, Z_NO_FLUSH);
+      total += unpacked.size() - stream.avail_out;
+    } while (result == Z_OK && stream.avail_out == 0 && total <= kMostUnpacked);
+    const std::size_t used = packed.size() - stream.avail_in;
+    at += used;
+    if (result == Z_STREAM_END) {
+      // What begins a sector is a file of its own.
+      if (at % kSector == 0 || !file.Has(at, "\x1F\x8B\x08")) return at;
+      inflateReset(&stream);
+    } else if (used == 0 || (result != Z_OK && result != Z_BUF_ERROR)) {
+      return std::nullopt;
+    }
+  }
+  return std::nullopt;
+}
+
+std::optional<std::uint64_t> EndOfCompound(ByteReader& file) { return CompoundWalk(file).End(); }
 
 }  // namespace qzmtraw::host

@@ -23,6 +23,7 @@ constexpr std::array kRowWalks = {
     RowWalk{97, EndOfTiff},              // dng
     RowWalk{103, EndOfTiff},             // arw
     RowWalk{119, EndOfSgi},              // sgi
+    RowWalk{148, EndOfGzip},             // gz
     RowWalk{154, EndOfTar},              // tar
     RowWalk{164, EndOfAr},               // deb
     RowWalk{189, EndOfFlashVideo},       // flv
@@ -32,17 +33,26 @@ constexpr std::array kRowWalks = {
     RowWalk{287, EndOfRegistryHive},     // hiv
     RowWalk{289, EndOfShortcut},         // lnk
     RowWalk{290, EndOfElf},              // unix
-    RowWalk{291, EndOfElf},
-    RowWalk{292, EndOfElf},
-    RowWalk{297, EndOfAr},         // lib
-    RowWalk{311, EndOfResources},  // res
-    RowWalk{313, EndOfType1Font},  // pfb
-    RowWalk{318, EndOfTrueType},   // ttf
+    RowWalk{291, EndOfElf},              // unix
+    RowWalk{292, EndOfElf},              // unix
+    RowWalk{294, EndOfPe},               // dll
+    RowWalk{295, EndOfPe},               // exe
+    RowWalk{296, EndOfPe},               // ocx
+    RowWalk{297, EndOfAr},               // lib
+    RowWalk{299, EndOfPe},               // tlb
+    RowWalk{311, EndOfResources},        // res
+    RowWalk{313, EndOfType1Font},        // pfb
+    RowWalk{318, EndOfTrueType},         // ttf
 };
+
+/// All kinds of compound documents.
+constexpr std::array kCompoundRows = {0,  1,  2,  3,  4,  5,  15,  16,  20,  22,  26, 27,
+                                      31, 34, 35, 44, 96, 99, 100, 142, 236, 240, 265};
 
 }  // namespace
 
 EndWalk EndWalkFor(std::int32_t row) {
+  if (std::ranges::find(kCompoundRows, row) != kCompoundRows.end()) return EndOfCompound;
   const auto* const found = std::ranges::find(kRowWalks, row, &RowWalk::row);
   return found == kRowWalks.end() ? nullptr : found->walk;
 }

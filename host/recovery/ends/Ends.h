@@ -26,6 +26,10 @@ EndWalk EndWalkFor(std::int32_t row);
 std::optional<std::uint64_t> EndOfAr(ByteReader& file);
 /// To the two empty blocks, and the empty rest of a record.
 std::optional<std::uint64_t> EndOfTar(ByteReader& file);
+/// Member by member, unpacked to where each one ends.
+std::optional<std::uint64_t> EndOfGzip(ByteReader& file);
+/// Behind the last sector that its allocation table has in use.
+std::optional<std::uint64_t> EndOfCompound(ByteReader& file);
 /// Behind the last that its directories tell of.
 std::optional<std::uint64_t> EndOfTiff(ByteReader& file);
 /// Behind the last part that its head tells of.
@@ -48,6 +52,8 @@ std::optional<std::uint64_t> EndOfResources(ByteReader& file);
 std::optional<std::uint64_t> EndOfProgramDatabase(ByteReader& file);
 /// Behind the last table, section or segment that its head tells of.
 std::optional<std::uint64_t> EndOfElf(ByteReader& file);
+/// Behind the last of a Windows module's sections, symbols and certificates.
+std::optional<std::uint64_t> EndOfPe(ByteReader& file);
 /// Segment by segment, to the mark of the end.
 std::optional<std::uint64_t> EndOfType1Font(ByteReader& file);
 /// Behind the last table that its directory tells of, in whole words.

@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cstddef>
+#include <string_view>
 
 #include "host/recovery/ends/Ends.h"
 
@@ -138,6 +139,45 @@ std::optional<std::uint64_t> EndOfProgramDatabase(ByteReader& file) {
 }
 
 std::optional<std::uint64_t> EndOfElf(ByteReader& file) { return ElfWalk(file).End(); }
+
+std::optional<std::uint64_t> EndOfPe(ByteReader& file) {
+  constexpr std::uint64_t kHeadPlace = 60;
+  constexpr std::uint64_t kHeadSize = 24;
+  constexpr std::uint64_t kSectionSize = 40;
+  constexpr std::uint64_t kSymbolSize = 18;
+  constexpr std::uint64_t kCertificates = 4;
+  constexpr std::uint64_t kLong = 0x20B;
+  const std::uint64_t head = file.Number<4>(kHeadPlace).value_or(0);
+  const auto sectionCount = file.Number<2>(head + 6);
+  const auto symbols = file.Number<4>(head + 12);
+  const auto symbolCount = file.Number<4>(head + 16);
+  const auto optionalSize = file.Number<2>(head + 20);
+  const auto kind = file.Number<2>(head + kHeadSize);
+  const bool isModule = file.Has(head, std::string_view("PE\0\0", 4)) && sectionCount && symbols && symbolCount;
+  if (!isModule || !optionalSize || !kind) return std::nullopt;
+  std::uint64_t end = 0;
+  const std::uint64_t sections = head + kHeadSize + *optionalSize;
+  for (std::uint64_t i = 0; i < *sectionCount; ++i) {
+    const auto size = file.Number<4>(sections + i * kSectionSize + 16);
+    const auto offset = file.Number<4>(sections + i * kSectionSize + 20);
+    if (!size || !offset) return std::nullopt;
+    if (*offset != 0) end = std::max(end, *offset + *size);
+  }
+  if (*symbols != 0) {
+    // Their names stand behind them, with the size of all in front.
+    const std::uint64_t names = *symbols + *symbolCount * kSymbolSize;
+    const auto size = file.Number<4>(names);
+    if (!size) return std::nullopt;
+    end = std::max(end, names + *size);
+  }
+  const std::uint64_t directory = head + kHeadSize + (*kind == kLong ? 112 : 96) + kCertificates * 8;
+  if (directory + 8 <= sections) {
+    const auto offset = file.Number<4>(directory);
+    const auto size = file.Number<4>(directory + 4);
+    if (offset && size && *offset != 0) end = std::max(end, *offset + *size);
+  }
+  return end == 0 || end > file.Length() ? std::nullopt : std::optional(end);
+}
 
 std::optional<std::uint64_t> EndOfType1Font(ByteReader& file) {
   constexpr std::uint64_t kMark = 0x80;

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdlib>
@@ -113,11 +114,14 @@ TEST(EndsTest, RealFilesEndWhereTheyDo) {
       {EndOfSgi, {"bitmaps/colour.sgi", "bitmaps/magick.sgi"}},
       {EndOfTiff, {"photos/convert.tif", "photos/little.tif", "photos/big-strips.tif", "photos/little-lzw.tif"}},
       {EndOfElf, {"system/library64.so", "system/object64.o", "system/program32", "system/program64"}},
+      {EndOfPe, {"system/library32.dll", "system/library64.dll", "system/program32.exe", "system/program64.exe"}},
       {EndOfType1Font, {"system/adobe.pfb", "system/sample.pfb"}},
       {EndOfTrueType, {"system/sample.ttf"}},
       {EndOfFlashVideo, {"media/clip.flv"}},
       {EndOfRegistryHive, {"system/sample.hiv"}},
       {EndOfMxf, {"media/picture.mxf"}},
+      {EndOfGzip, {"archives/named.gz", "archives/unnamed.gz"}},
+      {EndOfCompound, {"compound/text.doc", "compound/sheet.xls", "compound/slides.ppt", "compound/message.msg"}},
   };
   for (const auto& [walk, names] : files) {
     for (const std::string name : names) {
@@ -165,6 +169,68 @@ TEST(EndsTest, PicturesOfSgiAreAsLargeAsTheirRows) {
   for (unsigned row = 0; row < 20; ++row) Append(packed, 700 + 5 * (19 - row), 4, ByteOrder::kBig);
   for (unsigned row = 0; row < 20; ++row) Append(packed, 5, 4, ByteOrder::kBig);
   EXPECT_EQ(EndIn(EndOfSgi, packed), 800U);
+}
+
+TEST(EndsTest, GzipFilesEndBehindTheirLastMember) {
+  for (const char* command :
+       {"gzip -c a >$OUT && true", "(gzip -c a; gzip -c b) >$OUT && true", "gzip -c c >$OUT && true",
+        "head -c 3000000 /dev/urandom | gzip >$OUT && true", "head -c 30000000 /dev/zero | gzip >$OUT && true"}) {
+    const Bytes file = Made(command);
+    EXPECT_EQ(EndIn(EndOfGzip, file), file.size()) << command;
+  }
+  Bytes two = Made("gzip -n -c a >$OUT && true");
+  ASSERT_LT(two.size(), 512U);
+  // The name makes the first member end with a sector.
+  Bytes first = {0x1F, 0x8B, 8, 8, 0, 0, 0, 0, 0, 0};
+  first.resize(first.size() + 512 - two.size() - 1, 'n');
+  first.push_back(0);
+  first.insert(first.end(), two.begin() + 10, two.end());
+  ASSERT_EQ(first.size(), 512U);
+  first.insert(first.end(), two.begin(), two.end());
+  EXPECT_EQ(EndIn(EndOfGzip, first), 512U) << "another file begins there";
+  two[two.size() - 5] ^= 1;
+  EXPECT_EQ(EndIn(EndOfGzip, two), std::nullopt) << "its sum is another";
+  two.resize(two.size() - 8);
+  EXPECT_EQ(EndIn(EndOfGzip, two, ""), std::nullopt) << "it was cut off";
+  EXPECT_EQ(
+      EndIn(EndOfGzip, Made("head -c 100000000 /dev/zero | gzip -1 >g && cat g g g g g g g g g g g >$OUT && true")),
+      std::nullopt)
+      << "more than a GiB isn't unpacked";
+}
+
+TEST(EndsTest, CompoundDocumentsEndBehindTheirLastSectorInUse) {
+  // Two sectors of the table, of which the second one is free, and 200 sectors in use.
+  const auto document = [](std::uint64_t tableCount) {
+    Bytes bytes(30);
+    Append(bytes, 9, 2);
+    bytes.resize(44);
+    Append(bytes, tableCount, 4);
+    bytes.resize(76);
+    for (std::uint32_t i = 0; i < 109; ++i) Append(bytes, i, 4);
+    for (std::uint32_t i = 0; i < 100; ++i) Append(bytes, i + 1, 4);
+    for (std::uint32_t i = 0; i < 28; ++i) Append(bytes, 0xFFFFFFFF, 4);
+    bytes.resize(4 * 512, 0xFF);
+    return bytes;
+  };
+  EXPECT_EQ(EndIn(EndOfCompound, document(1)), 101U * 512);
+  EXPECT_EQ(EndIn(EndOfCompound, document(2)), 101U * 512);
+  EXPECT_EQ(EndIn(EndOfCompound, document(0)), std::nullopt);
+  EXPECT_EQ(EndIn(EndOfCompound, document(70000)), std::nullopt);
+  Bytes unused = document(2);
+  std::fill(unused.begin() + 512, unused.end(), std::uint8_t{0xFF});
+  EXPECT_EQ(EndIn(EndOfCompound, unused), std::nullopt);
+  // A table of 110 sectors: the number of the last one stands in a sector of its own.
+  Bytes large = document(110);
+  Append(large, 0, 0);
+  large[68] = 2;
+  large.resize(4 * 512 + 512, 0xFF);
+  std::fill(large.begin() + 3 * 512, large.begin() + 3 * 512 + 4, std::uint8_t{0});
+  large[3 * 512] = 1;
+  std::fill(large.begin() + 2 * 512, large.begin() + 3 * 512, std::uint8_t{0xFF});
+  large[2 * 512] = 5;
+  EXPECT_EQ(EndIn(EndOfCompound, large), (109U * 128 + 1 + 1) * 512);
+  large[31] = 1;
+  EXPECT_EQ(EndIn(EndOfCompound, large), std::nullopt) << "no size of a sector";
 }
 
 TEST(EndsTest, GifsMayHaveColoursForEachPicture) {
@@ -220,6 +286,44 @@ TEST(EndsTest, ShortcutsEndBehindTheirLastBlock) {
   Append(shortcut, 0, 4);
   ASSERT_EQ(shortcut.size() % 2, 0U);
   EXPECT_EQ(EndIn(EndOfShortcut, shortcut), shortcut.size());
+}
+
+TEST(EndsTest, WindowsModulesEndBehindSymbolsAndCertificates) {
+  // A head of 64 bytes, and one section of 200 bytes at 600.
+  const auto module = [](bool isLong, std::uint64_t symbols, std::uint64_t certificates) {
+    Bytes bytes(60);
+    Append(bytes, 64, 4);
+    Append(bytes, std::string_view("PE\0\0", 4));
+    Append(bytes, 0, 2);
+    Append(bytes, 1, 2);
+    Append(bytes, 0, 4);
+    Append(bytes, symbols, 4);
+    Append(bytes, 3, 4);
+    Append(bytes, isLong ? 240 : 224, 2);
+    Append(bytes, 0, 2);
+    Append(bytes, isLong ? 0x20B : 0x10B, 2);
+    bytes.resize(64 + 24 + (isLong ? 112 : 96) + 4 * 8);
+    Append(bytes, certificates, 4);
+    Append(bytes, certificates == 0 ? 0 : 70, 4);
+    bytes.resize(64 + 24 + (isLong ? 240 : 224) + 16);
+    Append(bytes, 200, 4);
+    Append(bytes, 600, 4);
+    bytes.resize(1000);
+    Append(bytes, 0, 3 * 18);
+    Append(bytes, 20, 4);
+    bytes.resize(1500);
+    return bytes;
+  };
+  for (const bool isLong : {false, true}) {
+    EXPECT_EQ(EndIn(EndOfPe, module(isLong, 0, 0)), 800U);
+    EXPECT_EQ(EndIn(EndOfPe, module(isLong, 1000, 0)), 1074U);
+    EXPECT_EQ(EndIn(EndOfPe, module(isLong, 1000, 1200)), 1270U);
+    EXPECT_EQ(EndIn(EndOfPe, module(isLong, 0, 1200)), 1270U);
+    EXPECT_EQ(EndIn(EndOfPe, module(isLong, 0, 100000)), std::nullopt) << "behind the device's end";
+  }
+  Bytes other = module(false, 0, 0);
+  other[64] = 'N';
+  EXPECT_EQ(EndIn(EndOfPe, other), std::nullopt);
 }
 
 TEST(EndsTest, ResourcesEndBehindTheLast) {

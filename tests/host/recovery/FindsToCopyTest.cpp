@@ -11,11 +11,18 @@
 namespace qzmtraw::host {
 namespace {
 
-/// A device with a GIF at sector 1, a GIF without an end at 10, and a TrueType font at 20.
+/// A device with a GIF at sector 1, a GIF without an end at 10, a TrueType font at 20, a file of gzip at 30, and a Word
+/// document at 40.
 class FindsToCopyTest : public ::testing::Test {
  protected:
   FindsToCopyTest() {
-    for (const Find& find : {Find{1, 5000, 70}, Find{10, 5000, 70}, Find{20, 100, 318}}) finds.Add(find);
+    for (const Find& find : {Find{1, 5000, 70}, Find{10, 5000, 70}, Find{20, 100, 318}, Find{30, 60, 148}})
+      finds.Add(find);
+  }
+
+  /// \param wordSize  What the detector tells of the document.
+  void SortWith(std::uint64_t wordSize) {
+    finds.Add({40, wordSize, 0});
     finds.Sort();
   }
 
@@ -35,10 +42,14 @@ class FindsToCopyTest : public ::testing::Test {
 
   Bytes gif = FileNamed("bitmaps/colour.gif");
   Bytes font = FileNamed("system/sample.ttf");
-  FakeSource source{Image(std::size_t{100} * 512)
+  Bytes gzip = FileNamed("archives/named.gz");
+  Bytes word = FileNamed("compound/text.doc");
+  FakeSource source{Image(std::size_t{200} * 512)
                         .Put(512, gif)
                         .Put(std::size_t{10} * 512, Bytes(gif.begin(), gif.begin() + 100))
                         .Put(std::size_t{20} * 512, font)
+                        .Put(std::size_t{30} * 512, gzip)
+                        .Put(std::size_t{40} * 512, word)
                         .Content()};
   Device device{source, 512};
   FindStore finds{0};
@@ -47,8 +58,9 @@ class FindsToCopyTest : public ::testing::Test {
 };
 
 TEST_F(FindsToCopyTest, EndsAreLookedForWhereSizesAreNotToBeReliedOn) {
+  SortWith(word.size() + 7168);
   const std::vector<FindRecord> records = Records();
-  ASSERT_EQ(records.size(), 3U);
+  ASSERT_EQ(records.size(), 5U);
   EXPECT_EQ(records[0].find, (Find{1, gif.size(), 70}));
   EXPECT_EQ(records[0].plan.length, gif.size());
   EXPECT_FALSE(records[0].plan.isEstimated);
@@ -59,9 +71,29 @@ TEST_F(FindsToCopyTest, EndsAreLookedForWhereSizesAreNotToBeReliedOn) {
   EXPECT_TRUE(records[1].plan.isEstimated);
   EXPECT_EQ(records[2].find, (Find{20, font.size(), 318}));
   EXPECT_EQ(records[2].plan.length, font.size());
+  EXPECT_EQ(records[3].find, (Find{30, gzip.size(), 148}));
+  EXPECT_EQ(records[3].plan.length, gzip.size());
+  EXPECT_EQ(records[3].confidence, Confidence::kFromHeader);
+  EXPECT_EQ(records[4].find, (Find{40, word.size(), 0}));
+  EXPECT_EQ(records[4].plan.length, word.size());
+}
+
+TEST_F(FindsToCopyTest, AnEndFarBeforeTheToldOneIsNone) {
+  SortWith(word.size() + 65537);
+  EXPECT_EQ(Records()[4].find.size, word.size() + 65537);
+  EXPECT_EQ(Records()[4].plan.length, word.size() + 65537);
+}
+
+TEST_F(FindsToCopyTest, OfFilesInsideOfOthersSizesStayAsTheyAre) {
+  finds.Add({39, 30001, 143});
+  SortWith(word.size() + 100);
+  const std::vector<FindRecord> records = Records();
+  ASSERT_TRUE(records[5].embeddedIn);
+  EXPECT_EQ(records[5].find.size, word.size() + 100);
 }
 
 TEST_F(FindsToCopyTest, NoEndIsLookedForTwice) {
+  SortWith(word.size());
   const std::vector<FindRecord> first = Records();
   const int readCount = source.readCount;
   EXPECT_GT(readCount, 0);
