@@ -16,9 +16,6 @@ namespace {
 constexpr int kLockPatience = 60000;
 constexpr int kShortPatience = 1000;
 
-/// The part of a result that says what went wrong on the whole.
-constexpr int kPrimaryCode = 0xFF;
-
 /// No text in a list comes near to this, and nothing else either.
 constexpr int kLongestText = 1 << 20;
 
@@ -76,7 +73,7 @@ bool SqliteDatabase::IsInTransaction() const { return ::sqlite3_get_autocommit(h
 void SqliteDatabase::Fail(int result) const {
   const bool isLast = handle_ != nullptr && ::sqlite3_extended_errcode(handle_.get()) == result;
   std::string reason = Printable(isLast ? ::sqlite3_errmsg(handle_.get()) : ::sqlite3_errstr(result));
-  const bool isFull = (result & kPrimaryCode) == SQLITE_FULL;
+  const bool isFull = (result & kSqlitePrimaryCode) == SQLITE_FULL;
   const int error = isLast && !isFull ? ::sqlite3_system_errno(handle_.get()) : 0;
   if (error != 0) reason += " (" + ErrorText(error) + ")";
   if (failureText_) throw Failure(failureText_(result, reason));

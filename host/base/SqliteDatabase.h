@@ -13,6 +13,9 @@ struct sqlite3_stmt;
 
 namespace qzmtraw::host {
 
+/// The part of a result that says what went wrong on the whole.
+inline constexpr int kSqlitePrimaryCode = 0xFF;
+
 /// An SQLite database in a file. All operations throw Failure with the file's name.
 class SqliteDatabase {
  public:

@@ -32,9 +32,6 @@ constexpr std::string_view kJournalMark("\xD9\xD5\x05\xF9\x20\xA1\x63\xD7", 8);
 /// Messages show so much of a long value.
 constexpr std::size_t kShownSetting = 60;
 
-/// The part of a result that says what went wrong on the whole.
-constexpr int kPrimaryCode = 0xFF;
-
 constexpr const char* kCreateState = R"(
   CREATE TABLE setting(name TEXT PRIMARY KEY, value TEXT NOT NULL) WITHOUT ROWID;
   CREATE TABLE progress(sectors_done INTEGER NOT NULL, seconds REAL NOT NULL);
@@ -77,7 +74,7 @@ std::string DamageText(const std::string& path, const std::string& how) {
 
 /// What to say when the database can't be used.
 std::string StateFailureText(const std::string& path, int result, const std::string& reason) {
-  switch (result & kPrimaryCode) {
+  switch (result & kSqlitePrimaryCode) {
     case SQLITE_BUSY:
     case SQLITE_LOCKED:
       return Quoted(path) + " is in use by another run: wait until that has ended, or name another file";
@@ -91,7 +88,7 @@ std::string StateFailureText(const std::string& path, int result, const std::str
   }
   const char* what = "write";
   if (result == SQLITE_IOERR_READ) what = "read";
-  if ((result & kPrimaryCode) == SQLITE_CANTOPEN) what = "open";
+  if ((result & kSqlitePrimaryCode) == SQLITE_CANTOPEN) what = "open";
   return std::string("cannot ") + what + " " + Quoted(path) + ": " + reason +
          ": name a file in a directory that can be written to and has room";
 }

@@ -181,15 +181,16 @@ std::optional<std::uint64_t> EndOfPe(ByteReader& file) {
 
 std::optional<std::uint64_t> EndOfType1Font(ByteReader& file) {
   constexpr std::uint64_t kMark = 0x80;
+  // Behind text and bytes.
+  constexpr std::uint64_t kEnd = 3;
   constexpr std::uint64_t kHeadSize = 6;
   std::uint64_t at = 0;
   while (file.Number<1>(at) == kMark) {
-    const auto kind = file.Number<1>(at + 1);
-    if (kind == 3) return at + 2;
-    const auto size = file.Number<4>(at + 2);
-    const bool isSegment = (kind == 1 || kind == 2) && size && *size != 0;
-    if (!isSegment) break;
-    at += kHeadSize + *size;
+    const std::uint64_t kind = file.Number<1>(at + 1).value_or(0);
+    if (kind == kEnd) return at + 2;
+    const std::uint64_t size = file.Number<4>(at + 2).value_or(0);
+    if (kind == 0 || kind > kEnd || size == 0) break;
+    at += kHeadSize + size;
   }
   return std::nullopt;
 }
