@@ -7,9 +7,10 @@ namespace qzmtraw::host {
 
 namespace {
 
-/// Whether a find's size may be another, or isn't known.
-bool IsSizeOpen(const FindRecord& record) {
+/// Whether a find's size isn't known, or may be another than was told.
+bool IsSizeOpen(const FindRecord& record, JudgedFinds::Listing listing) {
   const TypeFacts& facts = record.type->facts;
+  if (listing == JudgedFinds::Listing::kAll) return record.plan.isEstimated;
   // Those inside of others are rarely copied.
   return record.plan.isEstimated || (!record.embeddedIn && (facts.size == SizeSource::kPadding || facts.excess != 0));
 }
@@ -28,7 +29,7 @@ std::optional<FindRecord> FindsToCopy::Next() {
   std::optional<FindRecord> record = finds_.Next();
   if (!record) return std::nullopt;
   FindRecord next = std::move(*record);
-  const EndWalk walk = IsSizeOpen(next) ? EndWalkFor(next.find.row) : nullptr;
+  const EndWalk walk = IsSizeOpen(next, listing_) ? EndWalkFor(next.find.row) : nullptr;
   if (walk == nullptr || next.plan.offset >= device_.RangeEnd()) return next;
   const std::optional<std::uint64_t> end = EndOf(next, walk);
   if (end && IsPlausible(next, *end)) {

@@ -20,8 +20,8 @@ using WalkedEnds = std::vector<std::uint64_t>;
 /// So many are kept at most.
 inline constexpr std::size_t kMostWalkedEnds = 1U << 17U;
 
-/// Goes through the finds as JudgedFinds does. The ends of files whose detectors don't tell them are looked for on the
-/// device where their formats allow it.
+/// Goes through the finds as JudgedFinds does. The ends of files whose detectors don't tell them, or tell them roughly,
+/// are looked for on the device where their formats allow it; but what is to be listed as it was told stays so.
 class FindsToCopy {
  public:
   /// \param finds  Sorted; lives as long as this, as do the device and what the judge knows of types.
@@ -29,7 +29,7 @@ class FindsToCopy {
   ///               Lives as long as this.
   FindsToCopy(const FindStore& finds, const FindJudge& judge, JudgedFinds::Listing listing, Device& device,
               WalkedEnds& ends)
-      : judge_(judge), finds_(finds, judge, listing), device_(device), ends_(ends) {}
+      : judge_(judge), listing_(listing), finds_(finds, judge, listing), device_(device), ends_(ends) {}
 
   /// The next one, or none behind the last.
   std::optional<FindRecord> Next();
@@ -38,6 +38,7 @@ class FindsToCopy {
   [[nodiscard]] std::optional<std::uint64_t> EndOf(const FindRecord& record, EndWalk walk);
 
   FindJudge judge_;
+  JudgedFinds::Listing listing_;
   JudgedFinds finds_;
   Device& device_;
   WalkedEnds& ends_;

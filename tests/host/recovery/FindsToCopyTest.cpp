@@ -33,8 +33,8 @@ class FindsToCopyTest : public ::testing::Test {
     return kCatalogue;
   }
 
-  std::vector<FindRecord> Records() {
-    FindsToCopy next(finds, judge, JudgedFinds::Listing::kJudged, device, ends);
+  std::vector<FindRecord> Records(JudgedFinds::Listing listing = JudgedFinds::Listing::kJudged) {
+    FindsToCopy next(finds, judge, listing, device, ends);
     std::vector<FindRecord> records;
     while (const auto record = next.Next()) records.push_back(*record);
     return records;
@@ -76,6 +76,17 @@ TEST_F(FindsToCopyTest, EndsAreLookedForWhereSizesAreNotToBeReliedOn) {
   EXPECT_EQ(records[3].confidence, Confidence::kFromHeader);
   EXPECT_EQ(records[4].find, (Find{40, word.size(), 0}));
   EXPECT_EQ(records[4].plan.length, word.size());
+}
+
+TEST_F(FindsToCopyTest, WhatIsListedAsItWasToldStaysSo) {
+  finds.Add({50, 0, 70});
+  SortWith(word.size() + 7168);
+  const std::vector<FindRecord> records = Records(JudgedFinds::Listing::kAll);
+  ASSERT_EQ(records.size(), 6U);
+  EXPECT_EQ(records[0].plan.length, 5000U);
+  EXPECT_EQ(records[3].plan.length, 60U);
+  EXPECT_EQ(records[4].plan.length, word.size() + 7168);
+  EXPECT_EQ(ends.size(), 1U) << "but an end that wasn't told is looked for";
 }
 
 TEST_F(FindsToCopyTest, AnEndFarBeforeTheToldOneIsNone) {
