@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <limits>
 #include <span>
 #include <utility>
 
@@ -54,6 +55,11 @@ Json EntryLine(const ManifestEntry& entry) {
   line["unreadable_bytes"] = entry.unreadableBytes;
   line["duplicate"] = entry.isDuplicate;
   return line;
+}
+
+/// A number of a line. Throws Json::exception for what is none, or has no place in 64 bits.
+std::uint64_t WholeNumber(const Json& line, const char* name) {
+  return line.at(name).get_ref<const Json::number_unsigned_t&>();
 }
 
 /// A path as it was written, which can't lead out of the directory.
@@ -161,14 +167,16 @@ ManifestEntry Manifest::EntryIn(std::string_view text, std::uint64_t place) cons
     const auto sum = SumFromHex(line.at("sha256").get<std::string>());
     if (!sum || !IsPath(entry.path)) Fail("is damaged at byte " + std::to_string(place));
     entry.sum = *sum;
-    line.at("length").get_to(entry.plan.length);
-    line.at("start_sector").get_to(entry.find.startSector);
-    line.at("offset").get_to(entry.plan.offset);
-    line.at("row").get_to(entry.find.row);
-    line.at("size").get_to(entry.find.size);
+    const std::uint64_t row = WholeNumber(line, "row");
+    if (row > std::numeric_limits<std::int32_t>::max()) Fail("is damaged at byte " + std::to_string(place));
+    entry.find.row = static_cast<std::int32_t>(row);
+    entry.find.startSector = WholeNumber(line, "start_sector");
+    entry.find.size = WholeNumber(line, "size");
+    entry.plan.offset = WholeNumber(line, "offset");
+    entry.plan.length = WholeNumber(line, "length");
     line.at("size_estimated").get_to(entry.plan.isEstimated);
     line.at("truncated").get_to(entry.plan.isTruncated);
-    line.at("unreadable_bytes").get_to(entry.unreadableBytes);
+    entry.unreadableBytes = WholeNumber(line, "unreadable_bytes");
     line.at("duplicate").get_to(entry.isDuplicate);
     return entry;
   } catch (const Json::exception&) {

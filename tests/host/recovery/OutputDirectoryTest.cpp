@@ -73,6 +73,27 @@ TEST(OutputDirectoryTest, RefusesAManifestOfSomethingElse) {
   }
 }
 
+TEST(OutputDirectoryTest, NumbersOfAManifestAreWhole) {
+  const Workspace workspace;
+  const std::string out = workspace / "out";
+  {
+    OutputDirectory directory(out, kHead);
+    directory.Copies().Add(EntryFor("a/b/c", BytesOf("one")));
+  }
+  const Bytes content = ReadFile(out + "/manifest.jsonl");
+  const std::string whole(content.begin(), content.end());
+  for (const std::string name : {"length", "start_sector", "offset", "row", "size", "unreadable_bytes"}) {
+    for (const char* number : {"-1", "1.5", "18446744073709551616", "\"3\"", "null"}) {
+      const std::size_t at = whole.find("\"" + name + "\":") + name.size() + 3;
+      std::string other = whole;
+      other.replace(at, other.find_first_of(",}", at) - at, number);
+      WriteFile(out + "/manifest.jsonl", BytesOf(other));
+      OutputDirectory directory(out, kHead);
+      EXPECT_THROW(Manifest::Cursor(directory.Copies()).Next(), Failure) << name << number;
+    }
+  }
+}
+
 TEST(OutputDirectoryTest, AManifestWithoutAHeadIsBegunAnewOnlyWhenItIsAlone) {
   const Workspace workspace;
   WriteFile(workspace / "manifest.jsonl", BytesOf("{\"type"));
