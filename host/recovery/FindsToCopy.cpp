@@ -4,7 +4,6 @@
 #include <utility>
 
 namespace qzmtraw::host {
-
 namespace {
 
 /// Whether a find's size isn't known, or may be another than was told.

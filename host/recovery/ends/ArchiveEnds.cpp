@@ -73,7 +73,8 @@ class CompoundWalk {
   std::optional<std::uint64_t> End() {
     constexpr std::uint64_t kTableCountField = 44;
     const std::uint64_t tableCount = file_.Number<4>(kTableCountField).value_or(0);
-    if ((shift_ != 9 && shift_ != 12) || tableCount > kMostTables || !ListTables(tableCount)) return std::nullopt;
+    if (shift_ != 9 && shift_ != 12) return std::nullopt;
+    if (tableCount * EntryCount() > kMostSectors || !ListTables(tableCount)) return std::nullopt;
     for (std::uint64_t number = tableCount; number-- > 0;) {
       const auto last = LastInUse(tables_.at(static_cast<std::size_t>(number)));
       if (!last) return std::nullopt;
@@ -84,7 +85,8 @@ class CompoundWalk {
   }
 
  private:
-  static constexpr std::uint64_t kMostTables = 1U << 16U;
+  /// Of the small ones so many take 2 GiB.
+  static constexpr std::uint64_t kMostSectors = 1U << 22U;
   static constexpr std::uint64_t kFree = 0xFFFFFFFF;
 
   [[nodiscard]] std::uint64_t EntryCount() const { return std::uint64_t{1} << (shift_ - 2); }
